@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that building, testing and running plot2d need.
+# Idempotent and non-interactive; run as root (or through sudo) on a fresh machine.
+set -euo pipefail
+
+packages=(
+  build-essential cmake ninja-build pkg-config
+  qtbase5-dev libqt5svg5-dev libqt5opengl5-dev libqwt-qt5-dev
+  # Tests measure label geometry: a known font keeps it machine-independent.
+  fonts-dejavu-core
+  # Benchmarks only.
+  libbenchmark-dev libqcustomplot-dev
+  # Reliability suite: sanitizers and libFuzzer come with clang.
+  clang libclang-rt-14-dev
+  # Demo screenshots and checks.
+  xvfb
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+
+if [ ${#missing[@]} -eq 0 ]; then
+  echo "install-deps: all packages present"
+  exit 0
+fi
+
+SUDO=""
+[ "$(id -u)" -eq 0 ] || SUDO="sudo"
+export DEBIAN_FRONTEND=noninteractive
+$SUDO apt-get update -qq
+$SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "platformglobal.h"
+
+#include <QString>
+
+// Milliseconds since 1970-01-01 00:00 UTC.
+class PLATFORM_EXPORT datetime
+{
+public:
+    constexpr datetime() = default;
+    constexpr explicit datetime(qint64 msecsSinceEpoch) : m_msecs(msecsSinceEpoch) {}
+    // Accepts "yyyy.MM.dd HH:mm:ss.zzz", "yyyy-MM-dd HH:mm:ss", "yyyy.MM.dd" and "yyyy-MM-dd",
+    // read as UTC wall-clock time. Other text yields the invalid date-time's value.
+    explicit datetime(const QString& text);
+
+    qint64 toMSecsSinceEpoch() const { return m_msecs; }
+    // True when `text` matched one of the accepted forms.
+    static bool isValidText(const QString& text);
+
+    friend bool operator==(datetime a, datetime b) { return a.m_msecs == b.m_msecs; }
+    friend bool operator!=(datetime a, datetime b) { return a.m_msecs != b.m_msecs; }
+    friend bool operator<(datetime a, datetime b) { return a.m_msecs < b.m_msecs; }
+    friend bool operator>(datetime a, datetime b) { return a.m_msecs > b.m_msecs; }
+    friend bool operator<=(datetime a, datetime b) { return a.m_msecs <= b.m_msecs; }
+    friend bool operator>=(datetime a, datetime b) { return a.m_msecs >= b.m_msecs; }
+
+private:
+    qint64 m_msecs = 0;
+};

@@ -1,0 +1,20 @@
+#pragma once
+
+// Every type of the host application's data layer that plot2d uses.
+#include "boarddirectory.h"
+#include "datastore.h"
+#include "datetime.h"
+#include "dbcommon.h"
+#include "decimal.h"
+#include "exception.h"
+#include "field.h"
+#include "fieldconstvalue.h"
+#include "fieldstypes.h"
+#include "filterparams.h"
+#include "icore.h"
+#include "record.h"
+#include "securitydirectory.h"
+#include "settings.h"
+#include "strikebybasecodemodel.h"
+#include "strikebymaxsessionmodel.h"
+#include "table.h"

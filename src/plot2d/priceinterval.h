@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QMetaType>
+
+#include <limits>
+
+// The plot's interval of prices: first strike, last strike, strike step rounded to the
+// security's decimals. The default value is the empty interval.
+struct PriceInterval
+{
+    double min = std::numeric_limits<double>::max();
+    double max = -std::numeric_limits<double>::max();
+    double step = 0.0;
+    bool valid = false;
+
+    static PriceInterval empty() { return PriceInterval(); }
+    bool isEmpty() const { return max < min; }
+
+    // Exact, member by member.
+    friend bool operator==(const PriceInterval& a, const PriceInterval& b)
+    {
+        return a.min == b.min && a.max == b.max && a.step == b.step && a.valid == b.valid;
+    }
+    friend bool operator!=(const PriceInterval& a, const PriceInterval& b) { return !(a == b); }
+};
+
+Q_DECLARE_METATYPE(PriceInterval)

@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Builds plot2d and runs its whole test suite. Extra stages (sanitizers, fuzzers) run when their
+# script exists, unless PLOT2D_QUICK=1.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+jobs=${PLOT2D_JOBS:-$(nproc)}
+build=${PLOT2D_BUILD_DIR:-build}
+
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+cmake --build "$build" -j"$jobs"
+ctest --test-dir "$build" --output-on-failure -j"$jobs"
+
+if [ "${PLOT2D_QUICK:-0}" != 1 ] && [ -x scripts/run-reliability.sh ]; then
+  scripts/run-reliability.sh
+fi

@@ -2,6 +2,7 @@
 
 #include "platformglobal.h"
 
+#include <QMetaType>
 #include <QString>
 
 // Milliseconds since 1970-01-01 00:00 UTC.
@@ -28,3 +29,5 @@ public:
 private:
     qint64 m_msecs = 0;
 };
+
+Q_DECLARE_METATYPE(datetime)

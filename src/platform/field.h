@@ -25,8 +25,7 @@ public:
     Field() = default;
     Field(const FieldDef* def, const void* data, const unsigned char* flags, unsigned int mask)
         : m_def(def), m_data(data), m_flags(flags), m_mask(mask)
-    {
-    }
+    {}
 
     bool isValid() const { return m_def && m_data && m_flags; }
     // True when the presence bits of this column are all set.

@@ -3,7 +3,8 @@
 // Column type codes and the shared (type code, length or decimals) pairs of the market tables.
 namespace FieldsTypes {
 
-enum TypeCode : int {
+enum TypeCode : int
+{
     Integer = 1,   // 32-bit signed
     Integer64 = 2, // 64-bit signed
     Double = 3,

@@ -6,17 +6,17 @@
 struct FilterParams
 {
     int boardId = -1;
-    int futIsinId = -1;    // fut_isin_id of the option series
-    int expDate = -1;      // expiry date as yyyymmdd
-    int optionType = -1;   // 'C' or 'P' as a character code
+    int futIsinId = -1;  // fut_isin_id of the option series
+    int expDate = -1;    // expiry date as yyyymmdd
+    int optionType = -1; // 'C' or 'P' as a character code
 
     static FilterParams noFilter() { return FilterParams(); }
     bool isNoFilter() const { return boardId == -1 && futIsinId == -1 && expDate == -1 && optionType == -1; }
 
     friend bool operator==(const FilterParams& a, const FilterParams& b)
     {
-        return a.boardId == b.boardId && a.futIsinId == b.futIsinId && a.expDate == b.expDate
-               && a.optionType == b.optionType;
+        return a.boardId == b.boardId && a.futIsinId == b.futIsinId && a.expDate == b.expDate &&
+               a.optionType == b.optionType;
     }
     friend bool operator!=(const FilterParams& a, const FilterParams& b) { return !(a == b); }
 };

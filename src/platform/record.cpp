@@ -1,0 +1,243 @@
+#include "record.h"
+
+#include "fieldstypes.h"
+#include "recorddata_p.h"
+#include "table.h"
+
+#include <QDateTime>
+
+#include <cmath>
+#include <limits>
+
+RecordData::RecordData(QSharedPointer<const RowLayout> rowLayout, const Table* owner)
+    : layout(std::move(rowLayout))
+    , table(owner)
+    , cells(layout->defs.size())
+    , texts(layout->defs.size())
+    , flags((layout->defs.size() + 7) / 8, 0)
+{}
+
+int RecordData::columnIndex(const QString& name) const
+{
+    for (int column = 0; column < columnCount(); ++column) {
+        if (layout->defs.at(column).name == name)
+            return column;
+    }
+    return -1;
+}
+
+bool RecordData::hasValue(int column) const
+{
+    return flags[column / 8] & (1u << column % 8);
+}
+
+void RecordData::setPresent(int column, bool present)
+{
+    const unsigned char mask = static_cast<unsigned char>(1u << column % 8);
+    if (present)
+        flags[column / 8] |= mask;
+    else
+        flags[column / 8] &= static_cast<unsigned char>(~mask);
+}
+
+Field RecordData::field(int column) const
+{
+    const FieldDef& def = layout->defs.at(column);
+    const bool textual = def.type == FieldsTypes::Text || def.type == FieldsTypes::BoardList;
+    const void* data =
+        textual ? static_cast<const void*>(&texts[column]) : static_cast<const void*>(&cells[column]);
+    return Field(&def, data, &flags[column / 8], 1u << column % 8);
+}
+
+void RecordData::assignValues(const RecordData& other)
+{
+    for (int column = 0; column < columnCount(); ++column) {
+        cells[column] = other.cells[column];
+        texts[column] = other.texts[column];
+    }
+    flags = other.flags;
+}
+
+namespace {
+
+template <typename T>
+int threeWay(const T& a, const T& b)
+{
+    return a < b ? -1 : (b < a ? 1 : 0);
+}
+
+bool toInteger64(const QVariant& value, qint64* result)
+{
+    bool ok = false;
+    if (value.userType() == QMetaType::Double || value.userType() == QMetaType::Float) {
+        const double real = value.toDouble();
+        ok = std::isfinite(real) && real == std::trunc(real) && std::fabs(real) < 9.2e18;
+        *result = ok ? static_cast<qint64>(real) : 0;
+        return ok;
+    }
+    *result = value.toLongLong(&ok);
+    return ok;
+}
+
+bool toDecimal(const QVariant& value, int decimals, decimal* result)
+{
+    if (value.userType() == qMetaTypeId<decimal>()) {
+        // Rescaling through the text form keeps the value exact or refuses it.
+        return decimal::fromString(value.value<decimal>().toString(), static_cast<short>(decimals), result);
+    }
+    if (value.userType() == QMetaType::QString || value.userType() == QMetaType::QByteArray)
+        return decimal::fromString(value.toString(), static_cast<short>(decimals), result);
+    bool ok = false;
+    const double real = value.toDouble(&ok);
+    if (!ok || !std::isfinite(real))
+        return false;
+    *result = decimal::fromDouble(real, static_cast<short>(decimals));
+    return true;
+}
+
+bool toDatetime(const QVariant& value, datetime* result)
+{
+    switch (value.userType()) {
+    case QMetaType::QDateTime:
+        *result = datetime(value.toDateTime().toMSecsSinceEpoch());
+        return value.toDateTime().isValid();
+    case QMetaType::QDate:
+        *result = datetime(QDateTime(value.toDate(), QTime(0, 0), Qt::UTC).toMSecsSinceEpoch());
+        return value.toDate().isValid();
+    case QMetaType::QString:
+        *result = datetime(value.toString());
+        return datetime::isValidText(value.toString());
+    default: {
+        qint64 msecs = 0;
+        if (!toInteger64(value, &msecs))
+            return false;
+        *result = datetime(msecs);
+        return true;
+    }
+    }
+}
+
+} // namespace
+
+int compareKeys(const RecordData& a, const RecordData& b)
+{
+    const bool aHas = a.hasValue(0);
+    const bool bHas = b.hasValue(0);
+    if (!aHas || !bHas)
+        return threeWay(aHas, bHas);
+    switch (a.layout->defs.at(0).type) {
+    case FieldsTypes::Integer:
+        return threeWay(a.cells[0].i32, b.cells[0].i32);
+    case FieldsTypes::Integer64:
+        return threeWay(a.cells[0].i64, b.cells[0].i64);
+    case FieldsTypes::Double:
+        return threeWay(a.cells[0].real, b.cells[0].real);
+    case FieldsTypes::Decimal:
+        return decimal::compare(a.cells[0].dec, b.cells[0].dec);
+    case FieldsTypes::DateTime:
+        return threeWay(a.cells[0].moment, b.cells[0].moment);
+    default:
+        return threeWay(QString::compare(a.texts[0], b.texts[0]), 0);
+    }
+}
+
+bool convertValue(const FieldDef& def, const QVariant& value, Cell* cell, QString* text)
+{
+    switch (def.type) {
+    case FieldsTypes::Integer: {
+        qint64 integer = 0;
+        if (!toInteger64(value, &integer) || integer < std::numeric_limits<qint32>::min() ||
+            integer > std::numeric_limits<qint32>::max())
+            return false;
+        cell->i32 = static_cast<qint32>(integer);
+        return true;
+    }
+    case FieldsTypes::Integer64:
+        return toInteger64(value, &cell->i64);
+    case FieldsTypes::Double: {
+        bool ok = false;
+        cell->real = value.toDouble(&ok);
+        return ok;
+    }
+    case FieldsTypes::Decimal:
+        return toDecimal(value, def.decimals(), &cell->dec);
+    case FieldsTypes::Text:
+    case FieldsTypes::BoardList:
+        if (!value.canConvert<QString>())
+            return false;
+        *text = value.toString();
+        return def.type != FieldsTypes::Text || def.length() <= 0 || text->size() <= def.length();
+    case FieldsTypes::DateTime:
+        return toDatetime(value, &cell->moment);
+    default:
+        return false;
+    }
+}
+
+const Table* Record::table() const
+{
+    return d ? d->table.data() : nullptr;
+}
+
+bool Record::isAttached() const
+{
+    return d && d->attached;
+}
+
+bool Record::setValue(int column, const QVariant& value)
+{
+    if (!d || d->attached || column < 0 || column >= d->columnCount())
+        return false;
+    if (!value.isValid()) {
+        d->setPresent(column, false);
+        return true;
+    }
+    Cell cell;
+    QString text;
+    if (!convertValue(d->layout->defs.at(column), value, &cell, &text))
+        return false;
+    d->cells[column] = cell;
+    d->texts[column] = text;
+    d->setPresent(column, true);
+    return true;
+}
+
+bool Record::setValue(const QString& columnName, const QVariant& value)
+{
+    return d && setValue(d->columnIndex(columnName), value);
+}
+
+QVariant Record::value(int column) const
+{
+    if (!d || column < 0 || column >= d->columnCount() || !d->hasValue(column))
+        return QVariant();
+    const Cell& cell = d->cells[column];
+    switch (d->layout->defs.at(column).type) {
+    case FieldsTypes::Integer:
+        return cell.i32;
+    case FieldsTypes::Integer64:
+        return cell.i64;
+    case FieldsTypes::Double:
+        return cell.real;
+    case FieldsTypes::Decimal:
+        return QVariant::fromValue(cell.dec);
+    case FieldsTypes::DateTime:
+        return QDateTime::fromMSecsSinceEpoch(cell.moment.toMSecsSinceEpoch(), Qt::UTC);
+    default:
+        return d->texts[column];
+    }
+}
+
+QVariant Record::value(const QString& columnName) const
+{
+    return d ? value(d->columnIndex(columnName)) : QVariant();
+}
+
+Record Record::clone() const
+{
+    if (!d)
+        return Record();
+    QSharedPointer<RecordData> copy(new RecordData(*d));
+    copy->attached = false;
+    return Record(copy);
+}

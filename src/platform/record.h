@@ -2,6 +2,7 @@
 
 #include "platformglobal.h"
 
+#include <QMetaType>
 #include <QSharedPointer>
 #include <QVariant>
 
@@ -43,3 +44,5 @@ private:
     explicit Record(QSharedPointer<RecordData> data) : d(std::move(data)) {}
     QSharedPointer<RecordData> d;
 };
+
+Q_DECLARE_METATYPE(Record)

@@ -49,8 +49,8 @@ protected:
     // Columns of the table the model reads, -1 when absent.
     struct Columns
     {
-        int sectype = -1, baseCode = -1, strike = -1, sessId = -1, boardId = -1, futIsinId = -1,
-            expdate = -1, optionType = -1;
+        int sectype = -1, baseCode = -1, strike = -1, sessId = -1, boardId = -1, futIsinId = -1, expdate = -1,
+            optionType = -1;
     };
     const Columns& columns() const;
 
@@ -63,7 +63,10 @@ private:
         decimal strike;
         Record record;
     };
-    QVector<Row> collectRows() const;
+    // The option series of the base code, in master-index order.
+    QList<Record> optionSeries() const;
+    // One row per distinct strike of the accepted candidates, in the model's order.
+    QVector<Row> collectRows(const QList<Record>& candidates) const;
 
     QPointer<Table> m_table;
     QString m_baseCode;

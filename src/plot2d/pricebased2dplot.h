@@ -4,6 +4,7 @@
 #include "priceinterval.h"
 
 #include "decimal.h"
+#include "field.h"
 #include "record.h"
 
 #include <qwt_plot.h>
@@ -21,6 +22,7 @@ class PriceBased2dPlotPanner;
 class PriceBased2dPlotPicker;
 class PriceBased2dPlotScaleDraw;
 class PriceBased2dPlotScaleEngine;
+class QwtPlotGrid;
 class QwtPlotMarker;
 class SecurityDirectory;
 class Table;
@@ -34,7 +36,8 @@ class PLOT2D_EXPORT PriceBased2dPlot : public QwtPlot
 public:
     // Columns of the "securities" table bound at construction, in the order of the positions that
     // the schema check reports.
-    enum SecuritiesColumn {
+    enum SecuritiesColumn
+    {
         SecStockId = 0,
         SecBoardId,
         SecSecId,
@@ -158,6 +161,55 @@ protected:
     void initPlot();
 
 private:
+    // One wheel event on its way through the zoom steps.
+    struct WheelZoom
+    {
+        QPointF pos; // cursor in plot widget coordinates
+        bool onX = false;
+        bool onY = false;
+        double xLower = 0.0;
+        double xUpper = 0.0;
+        double yLower = 0.0;
+        double yUpper = 0.0;
+        QPointF anchor;
+        double factor = 0.0;
+        QRectF curves;
+        double newXSpan = 0.0;
+        double newYSpan = 0.0;
+        double newXLower = 0.0;
+        double newYUpper = 0.0;
+        bool zoomOut() const { return factor > 1.0; }
+    };
+
+    // The plain scan behind minMaxYAtXRange(), kept callable on its own for comparisons.
+    std::pair<double, double> minMaxYAtXRangeLinear() const;
+    bool visibleRoundedXRange(double* left, double* right) const;
+    static bool scanCurveExtent(const PriceBased2dPlotCurve* curve, double left, double right, double* yMin,
+                                double* yMax);
+
+    Field securitiesField(const Record& record, SecuritiesColumn column, bool* hasValue = nullptr) const;
+    bool isExerciseCandidate(const Record& record) const;
+    PriceBased2dPlotCurve* firstCurKotirLine() const;
+    static bool currentCurKotirX(const PriceBased2dPlotCurve* line, double* x);
+    QwtPlotGrid* grid() const;
+    void switchAutoScaleOff();
+
+    static double wheelFactor(int delta);
+    static double anchoredRatio(double anchor, double lower, double upper);
+    QPointF wheelAnchor(const WheelZoom& zoom) const;
+    void wheelNewSpans(WheelZoom& zoom) const;
+    bool wheelWithinLimits(const WheelZoom& zoom) const;
+    bool wheelNewXLower(WheelZoom& zoom) const;
+    bool wheelNewYUpper(WheelZoom& zoom) const;
+    void applyWheelZoom(const WheelZoom& zoom, Qt::KeyboardModifiers modifiers);
+    void applyXZoom(const WheelZoom& zoom);
+    void applyYZoom(const WheelZoom& zoom, double ySpan);
+
+    bool scaleDragStep(const QPointF& pos);
+    static bool dragRange(bool zoomIn, double lower, double upper, double cLo, double cHi, double* newLower,
+                          double* newUpper);
+    void refreshAfterDrag(const QPointF& pos);
+
     int m_secColumns[SecColumnCount];
     Table* m_securitiesTable = nullptr;
     PriceBased2dPlotPicker* m_picker = nullptr;

@@ -31,7 +31,8 @@ public:
         qint32 dataType = 0;
     };
 
-    enum DataType {
+    enum DataType
+    {
         NotSet = -1,
         CurKotirLine = 0,
         MarkerCurve = 13,
@@ -57,6 +58,8 @@ public:
     virtual bool isValidType(int type) const;
 
 private:
+    void showCurKotirLine();
+
     qint32 m_dataType = NotSet;
     PriceBased2dPlot* m_plot = nullptr;
 };

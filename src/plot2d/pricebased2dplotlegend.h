@@ -10,6 +10,7 @@
 #include <QStringList>
 #include <QWidget>
 
+class PriceBased2dPlot;
 class PriceBased2dPlotCurve;
 class QCheckBox;
 class QwtDynGridLayout;
@@ -76,6 +77,12 @@ protected:
     void updateWidget(QWidget* widget, const QwtLegendData& data) override;
 
 private:
+    QCheckBox* findCheckBox(const QString& text) const;
+    QwtLegendLabel* labelOf(const QCheckBox* checkBox) const;
+    void applyUnchecked(QCheckBox* checkBox, QwtLegendLabel* label, const QString& text);
+    void applyChecked(QCheckBox* checkBox, QwtLegendLabel* label, const QString& text);
+    void applyCurveState(const PriceBased2dPlot* plot, int dataType, bool visible);
+
     // createWidget() is const in Qwt but records the new row in the maps.
     mutable QMap<QPointer<QCheckBox>, QPointer<QwtLegendLabel>> m_checkBoxLabels;
     QMap<QPointer<QCheckBox>, QPixmap> m_checkBoxIcons;

@@ -30,6 +30,9 @@ Q_SIGNALS:
     void autoScaleEnabled(bool enable);
 
 private:
+    // Announces the end of autoscale, pans and asks for new labels.
+    void carryOutMove(int dx, int dy);
+
     PriceBased2dPlot* m_plot = nullptr;
     bool m_autoScaleEnabled = true;
 };

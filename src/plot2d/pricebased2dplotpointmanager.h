@@ -9,6 +9,8 @@
 
 class PriceBased2dPlot;
 class StrikeByBaseCodeModel;
+class StrikeByMaxSessionModel;
+class decimal;
 
 // Derives the plot's price interval from the strikes of its base contract and gives the prices at
 // which the client evaluates its curves.
@@ -38,6 +40,17 @@ public Q_SLOTS:
     void updatePriceInterval();
 
 private:
+    PriceInterval computedInterval() const;
+    // Decimals of the strikes' security; negative when unknown.
+    int strikeDecimals() const;
+    // The last strike left of [lo, hi] and the first one right of it (the strike range's ends
+    // when none); false for unsorted strikes or an empty frame.
+    bool framingStrikes(double lo, double hi, decimal* first, decimal* last) const;
+    static QList<double> refinedPoints(const QList<double>& strikePoints, double first, double last,
+                                       double step);
+    // The model as the max-session model when this manager was made for one.
+    StrikeByMaxSessionModel* maxSessionModel() const;
+
     StrikeByBaseCodeModel* m_model = nullptr;
     PriceBased2dPlot* m_plot = nullptr;
     bool m_byMaxSession = false;

@@ -1,0 +1,116 @@
+#pragma once
+
+#include "plot2dglobal.h"
+
+#include <QPointF>
+#include <QPolygonF>
+#include <QVector>
+
+#include <limits>
+#include <utility>
+
+class QPainter;
+class QRectF;
+class QwtPlotCurve;
+class QwtScaleMap;
+template <typename T>
+class QwtSeriesData;
+
+// Fast paths for dense curves: a per-curve index that answers the Y extent of an X window without a
+// full scan, and per-pixel-column decimation of the painted polyline. Both give exactly what the
+// plain algorithms give; they only skip work that cannot change the result.
+namespace Plot2dSampling {
+
+// What the Y extent scan of one curve contributes.
+struct YExtent
+{
+    double min = std::numeric_limits<double>::max();
+    double max = -std::numeric_limits<double>::max();
+    bool nonFinite = false; // the scan reached a NaN or infinite sample: the whole extent is unusable
+    bool counted = false;   // the scan cleared the plot's nothing-counted flag
+};
+
+// The scan's window test: x inside [left, right] or fuzzy equal to either end.
+PLOT2D_EXPORT bool xInWindow(double x, double left, double right);
+
+// The plain scan over the samples in order, stopping after the first sample beyond right; the
+// reference the index must match.
+PLOT2D_EXPORT YExtent scanYExtent(const QwtSeriesData<QPointF>& series, double left, double right);
+
+// Folds one curve's extent into a running one in curve order, as the scan over all curves does.
+PLOT2D_EXPORT void accumulate(YExtent& total, const YExtent& curve);
+
+// Y index of one sample series, built once per change of samples.
+class PLOT2D_EXPORT YRangeIndex
+{
+public:
+    YRangeIndex() = default;
+    explicit YRangeIndex(const QwtSeriesData<QPointF>& series);
+
+    void build(const QwtSeriesData<QPointF>& series);
+    void clear();
+
+    int size() const { return m_x.size(); }
+    // Index of the first sample with a NaN or infinite coordinate; size() when there is none.
+    int firstNonFinite() const { return m_firstNonFinite; }
+    // x ascends (ties allowed) over the samples before firstNonFinite().
+    bool isSorted() const { return m_sorted; }
+    double x(int i) const { return m_x[i]; }
+    double y(int i) const { return m_y[i]; }
+
+    // Exactly scanYExtent() of the indexed series, in O(log n) when x ascends.
+    YExtent extent(double left, double right) const;
+
+    // y minimum and maximum of samples [from, to], both before firstNonFinite(); ties resolve to the
+    // earlier sample as std::min and std::max do.
+    std::pair<double, double> yMinMax(int from, int to) const;
+
+    // First index in [0, firstNonFinite()) with x >= value, on a sorted index.
+    int lowerBound(double value) const;
+    // First index in [0, firstNonFinite()) with x > value, on a sorted index.
+    int upperBound(double value) const;
+
+private:
+    YExtent linearExtent(double left, double right) const;
+    void buildTree();
+
+    QVector<double> m_x;
+    QVector<double> m_y;
+    // Bottom-up segment trees over [0, firstNonFinite()): leaves at [n, 2n).
+    QVector<double> m_treeMin;
+    QVector<double> m_treeMax;
+    int m_firstNonFinite = 0;
+    bool m_sorted = true;
+};
+
+// Qwt's rounding of mapped coordinates when painting aligned (halves away from zero).
+PLOT2D_EXPORT double alignedValue(double value);
+
+// Reduces each run of consecutive points that share one x to its first, lowest, highest and last
+// point. On integer device coordinates painted without antialiasing the result covers the same
+// pixels as the input: the run's vertical segments span exactly [lowest, highest] of its column.
+PLOT2D_EXPORT QPolygonF decimateColumns(const QPolygonF& polyline);
+
+// Samples [from, to] of the index mapped and rounded as Qwt's aligned painting does, already
+// reduced per pixel column; visits O(columns * log(samples)) samples. Needs isSorted() and
+// to < firstNonFinite().
+PLOT2D_EXPORT QPolygonF mappedColumns(const YRangeIndex& index, const QwtScaleMap& xMap,
+                                      const QwtScaleMap& yMap, int from, int to);
+
+// The part of [from, to] whose device columns lie in [left, right], plus one neighbour on each side
+// so that lines crossing the border stay. Needs isSorted() and an ascending map.
+PLOT2D_EXPORT std::pair<int, int> visibleRange(const YRangeIndex& index, const QwtScaleMap& xMap, double left,
+                                               double right, int from, int to);
+
+// Whether drawLines() below paints this curve exactly like QwtPlotCurve::drawLines would.
+PLOT2D_EXPORT bool canDrawDecimated(const QwtPlotCurve& curve, const QPainter* painter,
+                                    const YRangeIndex& index);
+
+// QwtPlotCurve::drawLines for a plain line curve (no fitter, no brush, pen at most 1 px, aligned
+// painter), touching only the visible samples and one point per column extreme. Returns false,
+// painting nothing, when canDrawDecimated() does not hold: the caller then draws as usual.
+PLOT2D_EXPORT bool drawLines(const QwtPlotCurve& curve, const YRangeIndex& index, QPainter* painter,
+                             const QwtScaleMap& xMap, const QwtScaleMap& yMap, const QRectF& canvasRect,
+                             int from, int to);
+
+} // namespace Plot2dSampling

@@ -106,7 +106,9 @@ private Q_SLOTS:
         QCOMPARE(gamma->text().color(), QColor(Qt::black));
         QCOMPARE(picker.usedCurves(), f.curves);
         const QImage ownIcon = image(gamma->icon());
+        f.plot->updateYAxisScale();
         const double yMax = f.plot->axisScaleDiv(QwtPlot::yLeft).interval().maxValue();
+        QVERIFY(yMax >= 100.0);
 
         f.legend->setCheckBoxChecked("Gamma", false);
         QCOMPARE(spy.count(), 1);

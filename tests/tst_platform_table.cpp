@@ -94,9 +94,9 @@ private Q_SLOTS:
                                            "20|b, quoted|<null>|2024-01-02 10:00:00.000",
                                            "30|c|1.50|2024-01-03 00:00:00.000"}));
         // A quoted empty cell is an empty text, an unquoted one a null field.
-        Table* empty = load("key:1,t:5:4\n1,\"\"\n2,\n", QStringLiteral("empty"));
+        Table* empty = load("key:1,t:5:4\n1,\"\"\n2,\n3,\"a\"\"b\"\n", QStringLiteral("empty"));
         QVERIFY(empty);
-        QCOMPARE(dump(empty), QStringList({"1|", "2|<null>"}));
+        QCOMPARE(dump(empty), QStringList({"1|", "2|<null>", "3|a\"b"}));
     }
 
     void loadCsvErrorsChangeNothing_data()

@@ -1,5 +1,7 @@
 #include "plotfixture.h"
 
+#include <plot2d/pricebased2dplotlegend.h>
+
 #include <QSignalSpy>
 
 #include <cmath>
@@ -10,57 +12,46 @@ using PlotFixture::validCurve;
 namespace {
 
 const double Nan = std::numeric_limits<double>::quiet_NaN();
-const double Inf = std::numeric_limits<double>::infinity();
 const double DoubleMax = std::numeric_limits<double>::max();
 
-QwtInterval axisRange(const QwtPlot& plot, int axis)
+std::pair<double, double> axisRange(const QwtPlot& plot, int axis)
 {
-    return plot.axisScaleDiv(axis).interval();
+    return {plot.axisScaleDiv(axis).lowerBound(), plot.axisScaleDiv(axis).upperBound()};
 }
 
 } // namespace
+
+// Has the legend's signal but is not a legend.
+class FakeLegend : public QObject
+{
+    Q_OBJECT
+Q_SIGNALS:
+    void visibilityChanged(const QString& labelText, bool visible);
+};
 
 class TestPlotAutoScale : public QObject
 {
     Q_OBJECT
 
-private:
     QTemporaryDir m_dir;
-
-    // A plot over a futures contract with a price step of 0.25, X 10.1..19.9 and Y 0..10.
-    std::unique_ptr<TestPlot> makePlot()
-    {
-        const QByteArray rows = PlotFixture::row({{"sec_id", "1"}, {"isin_id", "1001"}, {"price_step", "0.25"}});
-        if (!PlotFixture::load(m_dir, rows))
-            return nullptr;
-        std::unique_ptr<TestPlot> plot(new TestPlot);
-        plot->setBaseCode(QStringLiteral("BR"));
-        PlotFixture::attachPicker(plot.get());
-        plot->setAxisScaleDiv(QwtPlot::xBottom, QwtScaleDiv(10.1, 19.9));
-        plot->setAxisScaleDiv(QwtPlot::yLeft, QwtScaleDiv(0.0, 10.0));
-        return plot;
-    }
+    std::unique_ptr<TestPlot> m_plot;
 
 private Q_SLOTS:
-    void cleanup() { TestSupport::clearData(); }
-
-    void roundingToThePriceStep_data()
+    // A futures contract with a price step of 0.25; X 10.1..19.9 and Y 0..10.
+    void init()
     {
-        QTest::addColumn<double>("x");
-        QTest::addColumn<double>("rounded");
-        QTest::newRow("down") << 10.1 << 10.0;
-        QTest::newRow("up") << 19.9 << 20.0;
-        QTest::newRow("half goes up") << 10.125 << 10.25;
-        QTest::newRow("negative half goes up") << -10.125 << -10.0;
+        QVERIFY(PlotFixture::load(
+            m_dir, PlotFixture::row({{"sec_id", "1"}, {"isin_id", "1"}, {"price_step", "0.25"}})));
+        m_plot.reset(new TestPlot);
+        m_plot->setBaseCode(QStringLiteral("BR"));
+        PlotFixture::attachPicker(m_plot.get());
+        m_plot->setAxisScaleDiv(QwtPlot::xBottom, QwtScaleDiv(10.1, 19.9));
+        m_plot->setAxisScaleDiv(QwtPlot::yLeft, QwtScaleDiv(0.0, 10.0));
     }
-
-    void roundingToThePriceStep()
+    void cleanup()
     {
-        QFETCH(double, x);
-        QFETCH(double, rounded);
-        auto plot = makePlot();
-        QVERIFY(plot);
-        QCOMPARE(plot->roundedXValue(x), rounded);
+        m_plot.reset();
+        TestSupport::clearData();
     }
 
     void guardedAxisSetter_data()
@@ -68,23 +59,20 @@ private Q_SLOTS:
         QTest::addColumn<int>("axis");
         QTest::addColumn<double>("min");
         QTest::addColumn<double>("max");
-        QTest::addColumn<double>("xLow");
-        QTest::addColumn<double>("xHigh");
-        QTest::addColumn<double>("yLow");
-        QTest::addColumn<double>("yHigh");
-
+        QTest::addColumn<double>("xMax");
+        QTest::addColumn<double>("yMin");
+        QTest::addColumn<bool>("lineStretched");
         const int x = QwtPlot::xBottom;
         const int y = QwtPlot::yLeft;
-        QTest::newRow("x") << x << 12.0 << 18.0 << 12.0 << 18.0 << 0.0 << 10.0;
-        QTest::newRow("y") << y << -3.0 << 3.0 << 10.1 << 19.9 << -3.0 << 3.0;
-        QTest::newRow("y right ignored") << int(QwtPlot::yRight) << -3.0 << 3.0 << 10.1 << 19.9 << 0.0 << 10.0;
-        QTest::newRow("x top ignored") << int(QwtPlot::xTop) << 12.0 << 18.0 << 10.1 << 19.9 << 0.0 << 10.0;
-        QTest::newRow("nan") << y << Nan << 3.0 << 10.1 << 19.9 << 0.0 << 10.0;
-        QTest::newRow("infinite") << x << 12.0 << Inf << 10.1 << 19.9 << 0.0 << 10.0;
-        QTest::newRow("inverted") << y << 3.0 << -3.0 << 10.1 << 19.9 << 0.0 << 10.0;
-        QTest::newRow("flat x refused") << x << 5.0 << 5.0 << 10.1 << 19.9 << 0.0 << 10.0;
-        QTest::newRow("flat y widened") << y << 5.0 << 5.0 << 10.1 << 19.9 << 4.0 << 6.0;
-        QTest::newRow("narrow y refused") << y << 1.0 << 1.000000001 << 10.1 << 19.9 << 0.0 << 10.0;
+        QTest::newRow("x") << x << 12.0 << 18.0 << 18.0 << 0.0 << false;
+        QTest::newRow("y") << y << -3.0 << 3.0 << 19.9 << -3.0 << true;
+        QTest::newRow("y right") << int(QwtPlot::yRight) << -3.0 << 3.0 << 19.9 << 0.0 << false;
+        QTest::newRow("x top") << int(QwtPlot::xTop) << 12.0 << 18.0 << 19.9 << 0.0 << false;
+        QTest::newRow("nan") << y << Nan << 3.0 << 19.9 << 0.0 << false;
+        QTest::newRow("inverted") << y << 3.0 << -3.0 << 19.9 << 0.0 << false;
+        QTest::newRow("flat x refused") << x << 5.0 << 5.0 << 19.9 << 0.0 << false;
+        QTest::newRow("flat y widened") << y << 5.0 << 5.0 << 19.9 << 4.0 << true;
+        QTest::newRow("narrow y refused") << y << 1.0 << 1.000000001 << 19.9 << 0.0 << true;
     }
 
     void guardedAxisSetter()
@@ -92,112 +80,114 @@ private Q_SLOTS:
         QFETCH(int, axis);
         QFETCH(double, min);
         QFETCH(double, max);
-        QFETCH(double, xLow);
-        QFETCH(double, xHigh);
-        QFETCH(double, yLow);
-        QFETCH(double, yHigh);
-        auto plot = makePlot();
-        QVERIFY(plot);
-        auto* line = validCurve(plot.get(), QStringLiteral("q"), 0, {{15.0, 3.0}, {15.0, 4.0}});
-        line->attach(plot.get());
+        QFETCH(double, xMax);
+        QFETCH(double, yMin);
+        QFETCH(bool, lineStretched);
+        auto* line = validCurve(m_plot.get(), QStringLiteral("q"), 0, {{15.0, 3.0}, {15.0, 4.0}});
+        line->attach(m_plot.get());
+        m_plot->setAxisScale(axis, min, max, 0.0);
+        m_plot->updateAxes();
+        QCOMPARE(axisRange(*m_plot, QwtPlot::xBottom).second, xMax);
+        QCOMPARE(axisRange(*m_plot, QwtPlot::yLeft).first, yMin);
+        // A Y request stretches the quote line first, even when it is then refused.
+        QCOMPARE(line->sample(0).y() < 3.0, lineStretched);
+    }
 
-        plot->setAxisScale(axis, min, max, 0.0);
-        plot->updateAxes();
-        QCOMPARE(axisRange(*plot, QwtPlot::xBottom).minValue(), xLow);
-        QCOMPARE(axisRange(*plot, QwtPlot::xBottom).maxValue(), xHigh);
-        QCOMPARE(axisRange(*plot, QwtPlot::yLeft).minValue(), yLow);
-        QCOMPARE(axisRange(*plot, QwtPlot::yLeft).maxValue(), yHigh);
-        // A usable Y request stretches the quote line first, even when it is then refused.
-        const bool yRequest = axis == QwtPlot::yLeft && std::isfinite(min) && min <= max;
-        QCOMPARE(line->sample(0).y() < 3.0, yRequest);
+    void quoteLinePoints()
+    {
+        m_plot->setAxisScaleDiv(QwtPlot::yLeft, QwtScaleDiv(2.0, 2.0));
+        auto* line = validCurve(m_plot.get(), QStringLiteral("q"), 0, {{95, 3}, {95, 4}});
+        auto* second = validCurve(m_plot.get(), QStringLiteral("q2"), 0, {{1, 1}, {1, 2}});
+        line->attach(m_plot.get());
+        second->attach(m_plot.get());
+        m_plot->updateCurKotirPoints(2, 2, 100); // flat: widened by one, then 10 %
+        QCOMPARE(line->sample(0), QPointF(100, 0.8));
+        QCOMPARE(line->sample(1), QPointF(100, 3.2));
+        QCOMPARE(second->sample(0), QPointF(1, 1)); // only the first line moves
+        m_plot->updateCurKotirPoints(0, 10, -1);    // kept where it stands, stretched
+        QCOMPARE(line->sample(0), QPointF(100, -1));
+        QCOMPARE(line->sample(1), QPointF(100, 11));
+
+        line->setSamples(QVector<QPointF>{{95, 3}, {96, 4}}); // slanted: left alone
+        m_plot->updateCurKotirPoints(0, 10, -1);
+        QCOMPARE(line->sample(1), QPointF(96, 4));
+        m_plot->updateCurKotirPoints(-1e308, 1e308, 95); // clamped to half the largest double
+        QCOMPARE(line->sample(0).y(), -8.988465674311579e307);
+        QCOMPARE(line->sample(1).y(), 8.988465674311579e307);
     }
 
     void extentOfVisibleCurves()
     {
-        auto plot = makePlot();
-        QVERIFY(plot);
-        QCOMPARE(plot->minMaxYAtXRange(), std::make_pair(0.0, 0.0));
+        QCOMPARE(m_plot->minMaxYAtXRange(), std::make_pair(0.0, 0.0));
+        m_plot->updateYAxisScale(); // no curves: the unit range
+        QCOMPARE(axisRange(*m_plot, QwtPlot::yLeft), std::make_pair(-1.0, 1.0));
 
-        auto* hidden = validCurve(plot.get(), QStringLiteral("h"), 9, {{12, 50}});
-        hidden->attach(plot.get());
+        auto* hidden = validCurve(m_plot.get(), QStringLiteral("h"), 9, {{12, 50}});
+        hidden->attach(m_plot.get());
         hidden->QwtPlotCurve::setVisible(false);
-        auto* invalid = validCurve(plot.get(), QString(), 9, {{12, 60}});
-        invalid->attach(plot.get());
-        QCOMPARE(plot->minMaxYAtXRange(), std::make_pair(0.0, 0.0));
+        QCOMPARE(m_plot->curvesRectangle(), QRectF(0, 0, 0, 0));
+        validCurve(m_plot.get(), QString(), 9, {{12, 60}})->attach(m_plot.get()); // invalid: no title
+        QCOMPARE(m_plot->minMaxYAtXRange(), std::make_pair(0.0, 0.0));
 
-        // Visible 10.1..19.9 is taken over 10..20; ends count within fuzzy distance.
-        auto* curve = validCurve(plot.get(), QStringLiteral("c"), 9,
-                                 {{9.75, -100}, {9.999999999995, -6}, {15, 0}, {20.000000000005, 8}, {20.25, 100}});
-        curve->attach(plot.get());
-        QCOMPARE(plot->minMaxYAtXRange(), std::make_pair(-6.0, 8.0));
+        // 10.1..19.9 is taken over 10..20 (step 0.25); the ends count within fuzzy distance.
+        validCurve(m_plot.get(), QStringLiteral("c"), 9,
+                   {{9.75, -100}, {9.999999999995, -6}, {15, 0}, {20.000000000005, 8}, {20.25, 100}})
+            ->attach(m_plot.get());
+        QCOMPARE(m_plot->minMaxYAtXRange(), std::make_pair(-6.0, 8.0));
+        m_plot->updateYAxisScale();
+        QCOMPARE(axisRange(*m_plot, QwtPlot::yLeft), std::make_pair(-6.0, 8.0));
+        QCOMPARE(m_plot->curvesRectangle(), QRectF(9.75, -100, 10.5, 200));
 
-        plot->updateYAxisScale();
-        QCOMPARE(axisRange(*plot, QwtPlot::yLeft).minValue(), -6.0);
-        QCOMPARE(axisRange(*plot, QwtPlot::yLeft).maxValue(), 8.0);
-
-        // Narrower than one step: both ends round to 10.
-        plot->setAxisScaleDiv(QwtPlot::xBottom, QwtScaleDiv(10.05, 10.1));
-        QCOMPARE(plot->minMaxYAtXRange(), std::make_pair(1.0, -1.0));
+        m_plot->setAxisScaleDiv(QwtPlot::xBottom, QwtScaleDiv(10.05, 10.1)); // both ends round to 10
+        QCOMPARE(m_plot->minMaxYAtXRange(), std::make_pair(1.0, -1.0));
     }
 
-    void extentEdgeCases()
+    void unusableExtentKeepsTheAxis()
     {
-        auto plot = makePlot();
-        QVERIFY(plot);
-        auto* outside = validCurve(plot.get(), QStringLiteral("o"), 9, {{30, 1}, {40, 2}});
-        outside->attach(plot.get());
-        QCOMPARE(plot->minMaxYAtXRange(), std::make_pair(DoubleMax, -DoubleMax));
-        plot->updateYAxisScale();
-        QCOMPARE(axisRange(*plot, QwtPlot::yLeft).minValue(), 0.0);
-        QCOMPARE(axisRange(*plot, QwtPlot::yLeft).maxValue(), 10.0);
+        validCurve(m_plot.get(), QStringLiteral("o"), 9, {{30, 1}, {40, 2}})->attach(m_plot.get());
+        QCOMPARE(m_plot->minMaxYAtXRange(), std::make_pair(DoubleMax, -DoubleMax));
+        m_plot->updateYAxisScale();
+        QCOMPARE(axisRange(*m_plot, QwtPlot::yLeft), std::make_pair(0.0, 10.0));
 
-        // A bad sample anywhere the scan reaches stops the whole autoscale.
-        auto* bad = validCurve(plot.get(), QStringLiteral("b"), 9, {{5, Nan}, {15, 1}});
-        bad->attach(plot.get());
-        QCOMPARE(plot->minMaxYAtXRange(), std::make_pair(1.0, -1.0));
-        plot->updateYAxisScale();
-        QCOMPARE(axisRange(*plot, QwtPlot::yLeft).maxValue(), 10.0);
-
-        plot->setAxisScaleDiv(QwtPlot::xBottom, QwtScaleDiv());
-        QCOMPARE(plot->minMaxYAtXRange(), std::make_pair(1.0, -1.0));
+        // A bad sample anywhere the scan reaches, even left of the view, stops autoscale.
+        validCurve(m_plot.get(), QStringLiteral("b"), 9, {{5, Nan}, {15, 1}})->attach(m_plot.get());
+        QCOMPARE(m_plot->minMaxYAtXRange(), std::make_pair(1.0, -1.0));
+        m_plot->updateYAxisScale();
+        QCOMPARE(axisRange(*m_plot, QwtPlot::yLeft), std::make_pair(0.0, 10.0));
     }
 
-    void noCurvesGiveTheUnitRange()
+    void onlyTheLegendShowsCurves()
     {
-        auto plot = makePlot();
-        QVERIFY(plot);
-        plot->updateYAxisScale();
-        QCOMPARE(axisRange(*plot, QwtPlot::yLeft).minValue(), -1.0);
-        QCOMPARE(axisRange(*plot, QwtPlot::yLeft).maxValue(), 1.0);
-    }
+        auto* a = validCurve(m_plot.get(), QStringLiteral("a"), 9, {{12, 1}, {14, 3}});
+        auto* twin = validCurve(m_plot.get(), QStringLiteral("a"), 9, {{12, 5}, {14, 6}});
+        a->attach(m_plot.get());
+        twin->attach(m_plot.get());
 
-    void autoScaleOffOnlyStretchesTheLine()
-    {
-        auto plot = makePlot();
-        QVERIFY(plot);
-        validCurve(plot.get(), QStringLiteral("c"), 9, {{12, 50}, {14, 60}})->attach(plot.get());
-        auto* line = validCurve(plot.get(), QStringLiteral("q"), 0, {{15.0, 3.0}, {15.0, 4.0}});
-        line->attach(plot.get());
-        plot->setAutoScaleEnabled(false);
-        plot->updateYAxisScale();
-        QCOMPARE(axisRange(*plot, QwtPlot::yLeft).maxValue(), 10.0);
-        QCOMPARE(line->sample(0), QPointF(15.0, -1.0));
-        QCOMPARE(line->sample(1), QPointF(15.0, 11.0));
+        m_plot->setCurveVisible(QStringLiteral("a"), false);
+        FakeLegend fake;
+        connect(&fake, &FakeLegend::visibilityChanged, m_plot.get(), &PriceBased2dPlot::setCurveVisible);
+        Q_EMIT fake.visibilityChanged(QStringLiteral("a"), false);
+        QVERIFY(a->isVisible());
+
+        auto* legend = new PriceBased2dPlotLegend(m_plot.get());
+        connect(legend, &PriceBased2dPlotLegend::visibilityChanged, m_plot.get(),
+                &PriceBased2dPlot::setCurveVisible);
+        Q_EMIT legend->visibilityChanged(QStringLiteral("a"), false);
+        QVERIFY(!a->isVisible());
+        QVERIFY(twin->isVisible());
+        QCOMPARE(axisRange(*m_plot, QwtPlot::yLeft), std::make_pair(5.0, 6.0)); // rescaled to what is left
     }
 
     void resetAutoScaleOnlyAsks()
     {
-        auto plot = makePlot();
-        QVERIFY(plot);
-        QSignalSpy spy(plot.get(), qOverload<bool>(&PriceBased2dPlot::autoScaleEnabled));
-        plot->resetAutoScale();
+        QSignalSpy spy(m_plot.get(), qOverload<bool>(&PriceBased2dPlot::autoScaleEnabled));
+        m_plot->resetAutoScale();
         QCOMPARE(spy.count(), 1);
         QCOMPARE(spy.at(0).at(0).toBool(), false);
-        QVERIFY(plot->autoScaleEnabled());
+        QVERIFY(m_plot->autoScaleEnabled());
 
-        plot->setAutoScaleEnabled(false);
-        QCOMPARE(spy.count(), 1);
-        plot->resetAutoScale();
+        m_plot->setAutoScaleEnabled(false);
+        m_plot->resetAutoScale();
         QCOMPARE(spy.count(), 1);
     }
 };

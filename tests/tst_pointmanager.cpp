@@ -4,7 +4,6 @@
 #include <plot2d/pricebased2dplotpicker.h>
 #include <plot2d/pricebased2dplotpointmanager.h>
 #include <plot2d/strikebybasecodemodel.h>
-#include <plot2d/strikebymaxsessionmodel.h>
 #include <plot2d/table.h>
 
 #include <qwt_scale_div.h>
@@ -66,18 +65,12 @@ private:
     PriceBased2dPlotPointManager* m_manager = nullptr;
 
 private Q_SLOTS:
-    void init()
-    {
-        m_dir.reset(new QTemporaryDir);
-        QVERIFY(m_dir->isValid());
-    }
+    void init() { m_dir.reset(new QTemporaryDir); }
 
     void cleanup()
     {
         m_plot.reset();
-        m_manager = nullptr;
         TestSupport::clearData();
-        m_dir.reset();
     }
 
     void minStepPoints_data()
@@ -91,16 +84,10 @@ private Q_SLOTS:
         QTest::newRow("exact end") << 1.0 << 2.0 << 0.25 << 5 << QList<double>{1, 1.25, 1.5, 1.75, 2};
         QTest::newRow("end not reached") << 1.0 << 2.0 << 0.3 << 4 << QList<double>{1, 1.3, 1.6, 1.9};
         QTest::newRow("fuzzy end included") << 0.1 << 0.3 << 0.1 << 3 << QList<double>{0.1, 0.2, 0.3};
-        QTest::newRow("step equals width") << 1.0 << 1.5 << 0.5 << 2 << QList<double>{1, 1.5};
         QTest::newRow("step wider than width") << 1.0 << 1.5 << 2.0 << 0 << QList<double>{};
         QTest::newRow("negative from") << -1.0 << 2.0 << 1.0 << 0 << QList<double>{};
-        QTest::newRow("negative to") << 1.0 << -2.0 << 1.0 << 0 << QList<double>{};
         QTest::newRow("from zero") << 0.0 << 2.0 << 1.0 << 0 << QList<double>{};
-        QTest::newRow("inverted") << 2.0 << 1.0 << 0.5 << 0 << QList<double>{};
         QTest::newRow("negative step") << 1.0 << 2.0 << -0.5 << 0 << QList<double>{};
-        QTest::newRow("zero step") << 1.0 << 2.0 << 0.0 << 0 << QList<double>{};
-        QTest::newRow("equal ends") << 1.0 << 1.0 << 0.5 << 0 << QList<double>{};
-        QTest::newRow("fuzzily equal ends") << 1.0 << 1.0 + 1e-14 << 1e-15 << 0 << QList<double>{};
         QTest::newRow("at the cap") << 1.0 << 100001.0 << 1.0 << 100001 << QList<double>{};
         QTest::newRow("beyond the cap") << 1.0 << 200001.0 << 1.0 << 0 << QList<double>{};
     }
@@ -117,10 +104,6 @@ private Q_SLOTS:
         QCOMPARE(points.size(), count);
         for (int i = 0; i < expected.size(); ++i)
             QVERIFY2(closeTo(points.at(i), expected.at(i)), qPrintable(QString::number(i)));
-        if (count > 0) {
-            QCOMPARE(points.first(), from);
-            QVERIFY(points.last() <= to || closeTo(points.last(), to));
-        }
     }
 
     void updatePriceInterval_data()
@@ -161,7 +144,6 @@ private Q_SLOTS:
         QCOMPARE(interval.max, expected.max);
         QCOMPARE(interval.step, expected.step);
         QCOMPARE(interval.valid, expected.valid);
-        QVERIFY(m_plot->priceInterval() == interval);
     }
 
     // The empty interval is written and announced only when the plot held another one.
@@ -187,39 +169,31 @@ private Q_SLOTS:
         QCOMPARE(spy.count(), 2);
     }
 
+    // A strike added to the table moves the interval once; a queued listener gets it too.
     void liveStrikeInsertion()
     {
         QVERIFY(setUpPlot(ToolFixture::optionRows(100, ToolFixture::strikeRange(100, 200, 10))));
         m_manager->updatePriceInterval();
         QVERIFY(m_manager->interval() == makeInterval(100, 200, 10));
         QSignalSpy spy(m_manager, &PriceBased2dPlotPointManager::priceIntervalChanged);
+        QObject receiver;
+        QList<PriceInterval> queued;
+        connect(
+            m_manager, &PriceBased2dPlotPointManager::priceIntervalChanged, &receiver,
+            [&queued](const PriceInterval& interval) { queued << interval; }, Qt::QueuedConnection);
 
         QVERIFY(ToolFixture::addSecurities(*m_dir, ToolFixture::optionRows(300, {"210"})));
         QCOMPARE(spy.count(), 1);
         QVERIFY(qvariant_cast<PriceInterval>(spy.at(0).at(0)) == makeInterval(100, 210, 10));
         QVERIFY(m_plot->priceInterval() == makeInterval(100, 210, 10));
+        QVERIFY(queued.isEmpty());
+        QTRY_COMPARE(queued.size(), 1);
+        QVERIFY(queued.first() == makeInterval(100, 210, 10));
 
-        // A row that is no strike of the base code changes nothing.
+        // Another base code's row changes nothing.
         QVERIFY(
             ToolFixture::addSecurities(*m_dir, "400,5000,1,1,SI-1.27,F,SI,2027-01-29,1,,,7001,,,,,,,,,,\n"));
         QCOMPARE(spy.count(), 1);
-    }
-
-    void queuedConnection()
-    {
-        QVERIFY(setUpPlot(ToolFixture::optionRows(100, {"100"})));
-        QVERIFY(QMetaType::type("PriceInterval") != QMetaType::UnknownType);
-        QVERIFY(QMetaType::type("FilterParams") != QMetaType::UnknownType);
-        QObject receiver;
-        QList<PriceInterval> received;
-        connect(
-            m_manager, &PriceBased2dPlotPointManager::priceIntervalChanged, &receiver,
-            [&received](const PriceInterval& interval) { received << interval; }, Qt::QueuedConnection);
-
-        QVERIFY(ToolFixture::addSecurities(*m_dir, ToolFixture::optionRows(200, {"120"})));
-        QCOMPARE(received.size(), 0);
-        QTRY_COMPARE(received.size(), 1);
-        QVERIFY(received.first() == makeInterval(100, 120, 20));
     }
 
     void calcPlotPointsModes_data()
@@ -256,74 +230,39 @@ private Q_SLOTS:
             QVERIFY(points.at(i - 1) < points.at(i));
     }
 
-    void refinedPointPlacement()
+    void refinedPointsAndRefusals()
     {
         QVERIFY(setUpPlot(ToolFixture::optionRows(100, ToolFixture::strikeRange(100, 200, 10))));
         m_manager->updatePriceInterval();
         QVERIFY(setVisibleX(0, 1000));
-
         const QList<double> points = m_manager->calcPlotPoints(false);
         QCOMPARE(points.size(), 111);
-        for (int interval = 0; interval < 10; ++interval) {
-            const double strike = 100.0 + 10.0 * interval;
-            QCOMPARE(points.at(interval * 11), strike);
-            for (int j = 1; j <= 10; ++j)
-                QVERIFY(closeTo(points.at(interval * 11 + j), strike + j * 10.0 / 11.0));
-        }
-        QCOMPARE(points.last(), 200.0);
+        for (int i = 0; i < 110; ++i) // ten inner points cut each strike interval into eleven parts
+            QVERIFY(closeTo(points.at(i), 100.0 + (i / 11) * 10.0 + (i % 11) * 10.0 / 11.0));
 
-        // Outside the strikes only the whole strike range is used, and only on request.
+        // Beside the strikes the points come only on request.
         QVERIFY(setVisibleX(300, 400));
         QVERIFY(m_manager->calcPlotPoints(false).isEmpty());
         QCOMPARE(m_manager->calcPlotPoints(true), points);
-    }
-
-    void calcPlotPointsRefusals()
-    {
-        QVERIFY(setUpPlot(ToolFixture::optionRows(100, ToolFixture::strikeRange(100, 200, 10))));
-        m_manager->updatePriceInterval();
-        QVERIFY(setVisibleX(0, 1000));
-        QVERIFY(!m_manager->calcPlotPoints(false).isEmpty());
 
         m_manager->model()->sort(0, Qt::DescendingOrder);
         m_plot->setPriceInterval(makeInterval(100, 200, 10));
         QVERIFY(m_manager->calcPlotPoints(true).isEmpty());
-
         m_manager->model()->sort(0, Qt::AscendingOrder);
         m_plot->setPriceInterval(PriceInterval::empty());
         QVERIFY(m_manager->calcPlotPoints(true).isEmpty());
-
-        m_plot->setPriceInterval(makeInterval(100, 200, 10));
-        QCOMPARE(m_manager->calcPlotPoints(true).size(), 111);
     }
 
-    void modelOwnershipAndFilter()
+    void maxSessionModel()
     {
         QVERIFY(setUpPlot(ToolFixture::optionRows(100, {"100", "110"}), true));
-        QCOMPARE(m_manager->parent(), m_plot.get());
         QPointer<StrikeByBaseCodeModel> model = m_manager->model();
-        QCOMPARE(model->parent(), m_manager);
-        QVERIFY(qobject_cast<StrikeByMaxSessionModel*>(model.data()));
-
         FilterParams filter;
-        filter.boardId = 1;
         filter.futIsinId = 1001;
         m_manager->initCore(filter);
         QVERIFY(m_manager->filterParams() == filter);
-
-        auto* plain = new PriceBased2dPlotPointManager(false, m_plot.get());
-        QVERIFY(!qobject_cast<StrikeByMaxSessionModel*>(plain->model()));
-        QCOMPARE(plain->model()->baseCode(), QStringLiteral("BR"));
-        plain->initCore(filter);
-        QVERIFY(plain->filterParams().isNoFilter());
-
         delete m_manager;
-        m_manager = nullptr;
         QVERIFY(model.isNull());
-
-        PriceBased2dPlotPointManager orphan(false, nullptr);
-        QVERIFY(!orphan.model());
-        QVERIFY(orphan.filterParams().isNoFilter());
     }
 };
 

@@ -28,12 +28,14 @@ bool splitLine(const QString& line, QVector<Cell>* cells, Failure* failure)
     for (int i = 0; i < line.size(); ++i) {
         const QChar c = line.at(i);
         if (inQuotes) {
-            if (c != QLatin1Char('"'))
+            if (c != QLatin1Char('"')) {
                 cell.text.append(c);
-            else if (i + 1 < line.size() && line.at(i + 1) == QLatin1Char('"'))
+            } else if (i + 1 < line.size() && line.at(i + 1) == QLatin1Char('"')) {
                 cell.text.append(line.at(++i));
-            else
-                inQuotes = false, afterQuotes = true;
+            } else {
+                inQuotes = false;
+                afterQuotes = true;
+            }
         } else if (c == QLatin1Char(',')) {
             cells->append(cell);
             cell = Cell();

@@ -211,48 +211,63 @@ void StrikeByBaseCodeModel::refresh()
     prepareRefresh(candidates);
     const QVector<Row> fresh = collectRows(candidates);
 
-    // 2. Announce the difference as insertions, removals, or a reset when the order changed.
-    const bool sameLength = fresh.size() == m_rows.size();
-    if (sameLength && isSubsequence(fresh, m_rows)) {
-        // Same strikes: only the representative options may have changed.
-        const bool changed = !std::equal(fresh.cbegin(), fresh.cend(), m_rows.cbegin(),
-                                         [](const Row& a, const Row& b) { return a.record == b.record; });
-        m_rows = fresh;
-        if (changed)
-            Q_EMIT dataChanged(index(0, 0), index(m_rows.size() - 1, 0));
-    } else if (fresh.size() > m_rows.size() && isSubsequence(m_rows, fresh)) {
-        // Insert each run of new strikes where it belongs.
-        for (int row = 0; row < fresh.size(); ++row) {
-            if (row < m_rows.size() && m_rows.at(row).strike == fresh.at(row).strike)
-                continue;
-            int end = row;
-            while (end < fresh.size() &&
-                   (row >= m_rows.size() || !(m_rows.at(row).strike == fresh.at(end).strike)))
-                ++end;
-            beginInsertRows(QModelIndex(), row, end - 1);
-            m_rows.insert(row, end - row, Row());
-            std::copy(fresh.cbegin() + row, fresh.cbegin() + end, m_rows.begin() + row);
-            endInsertRows();
-            row = end - 1;
-        }
-        m_rows = fresh;
-    } else if (fresh.size() < m_rows.size() && isSubsequence(fresh, m_rows)) {
-        // Remove each run of vanished strikes.
-        for (int row = 0; row < m_rows.size(); ++row) {
-            if (row < fresh.size() && m_rows.at(row).strike == fresh.at(row).strike)
-                continue;
-            int end = row;
-            while (end < m_rows.size() &&
-                   (row >= fresh.size() || !(m_rows.at(end).strike == fresh.at(row).strike)))
-                ++end;
-            beginRemoveRows(QModelIndex(), row, end - 1);
-            m_rows.remove(row, end - row);
-            endRemoveRows();
-        }
-        m_rows = fresh;
-    } else {
-        beginResetModel();
-        m_rows = fresh;
-        endResetModel();
+    // 2. Announce the difference: insertions, removals, new representatives, or a reset.
+    if (fresh.size() == m_rows.size() && isSubsequence(fresh, m_rows))
+        replaceRecords(fresh);
+    else if (fresh.size() > m_rows.size() && isSubsequence(m_rows, fresh))
+        insertRuns(fresh);
+    else if (fresh.size() < m_rows.size() && isSubsequence(fresh, m_rows))
+        removeRuns(fresh);
+    else
+        resetRows(fresh);
+}
+
+void StrikeByBaseCodeModel::replaceRecords(const QVector<Row>& fresh)
+{
+    const bool changed = !std::equal(fresh.cbegin(), fresh.cend(), m_rows.cbegin(),
+                                     [](const Row& a, const Row& b) { return a.record == b.record; });
+    m_rows = fresh;
+    if (changed)
+        Q_EMIT dataChanged(index(0, 0), index(m_rows.size() - 1, 0));
+}
+
+void StrikeByBaseCodeModel::insertRuns(const QVector<Row>& fresh)
+{
+    for (int row = 0; row < fresh.size(); ++row) {
+        if (row < m_rows.size() && m_rows.at(row).strike == fresh.at(row).strike)
+            continue;
+        // The run of new strikes ends where the next kept strike appears.
+        int end = row;
+        while (end < fresh.size() && (row >= m_rows.size() || m_rows.at(row).strike != fresh.at(end).strike))
+            ++end;
+        beginInsertRows(QModelIndex(), row, end - 1);
+        for (int i = row; i < end; ++i)
+            m_rows.insert(i, fresh.at(i));
+        endInsertRows();
+        row = end - 1;
     }
+    m_rows = fresh;
+}
+
+void StrikeByBaseCodeModel::removeRuns(const QVector<Row>& fresh)
+{
+    for (int row = 0; row < m_rows.size(); ++row) {
+        if (row < fresh.size() && m_rows.at(row).strike == fresh.at(row).strike)
+            continue;
+        // The run of vanished strikes ends at the next strike still present.
+        int end = row;
+        while (end < m_rows.size() && (row >= fresh.size() || m_rows.at(end).strike != fresh.at(row).strike))
+            ++end;
+        beginRemoveRows(QModelIndex(), row, end - 1);
+        m_rows.remove(row, end - row);
+        endRemoveRows();
+    }
+    m_rows = fresh;
+}
+
+void StrikeByBaseCodeModel::resetRows(const QVector<Row>& fresh)
+{
+    beginResetModel();
+    m_rows = fresh;
+    endResetModel();
 }

@@ -67,6 +67,11 @@ private:
     QList<Record> optionSeries() const;
     // One row per distinct strike of the accepted candidates, in the model's order.
     QVector<Row> collectRows(const QList<Record>& candidates) const;
+    // The four ways refresh() announces a new list of rows.
+    void replaceRecords(const QVector<Row>& fresh);
+    void insertRuns(const QVector<Row>& fresh);
+    void removeRuns(const QVector<Row>& fresh);
+    void resetRows(const QVector<Row>& fresh);
 
     QPointer<Table> m_table;
     QString m_baseCode;

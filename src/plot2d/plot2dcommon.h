@@ -25,6 +25,7 @@ PLOT2D_EXPORT bool scaleDrawFuzzyCompare(double a, double b);
 
 // qRound64's rule: halves go towards plus infinity (2.5 -> 3, -2.5 -> -2). Deliberately
 // asymmetric for negative halves; every rounding of this kind in the library goes through here.
+// Out-of-range values saturate; NaN gives 0.
 PLOT2D_EXPORT qint64 roundHalfUp64(double value);
 PLOT2D_EXPORT int roundHalfUp(double value);
 // Relative fuzzy equality with a factor of 1e12: |a - b| * 1e12 <= min(|a|, |b|).

@@ -222,89 +222,13 @@ double alignedValue(double value)
 
 namespace {
 
-// Appends a column's points, dropping repeats that would only add zero-length segments.
-class ColumnWriter
-{
-public:
-    explicit ColumnWriter(QPolygonF& out) : m_out(out) {}
-
-    void column(double x, double first, double low, double high, double last)
-    {
-        // Visit the extreme nearer to the entry first: the vertical run then covers [low, high].
-        const bool lowFirst = std::fabs(first - low) <= std::fabs(first - high);
-        append(QPointF(x, first));
-        append(QPointF(x, lowFirst ? low : high));
-        append(QPointF(x, lowFirst ? high : low));
-        append(QPointF(x, last));
-    }
-
-private:
-    void append(const QPointF& point)
-    {
-        if (m_out.isEmpty() || m_out.constLast() != point)
-            m_out.append(point);
-    }
-
-    QPolygonF& m_out;
-};
-
-} // namespace
-
-QPolygonF decimateColumns(const QPolygonF& polyline)
-{
-    QPolygonF out;
-    ColumnWriter writer(out);
-    const int count = polyline.size();
-    int i = 0;
-    while (i < count) {
-        const double x = polyline[i].x();
-        double low = polyline[i].y();
-        double high = low;
-        int j = i;
-        while (j + 1 < count && polyline[j + 1].x() == x) {
-            ++j;
-            low = std::min(low, polyline[j].y());
-            high = std::max(high, polyline[j].y());
-        }
-        writer.column(x, polyline[i].y(), low, high, polyline[j].y());
-        i = j + 1;
-    }
-    return out;
-}
-
-namespace {
-
-// Device column of sample i, rounded as Qwt rounds.
+// Device column of a sample, rounded as Qwt rounds.
 class ColumnMapper
 {
 public:
     ColumnMapper(const YRangeIndex& index, const QwtScaleMap& xMap) : m_index(index), m_xMap(xMap) {}
 
     double column(int i) const { return alignedValue(m_xMap.transform(m_index.x(i))); }
-
-    // Last index of the run of samples from `first` that share its column; columns are monotonic
-    // in the index, so a gallop then a bisection finds it.
-    int runEnd(int first, int last) const
-    {
-        const double target = column(first);
-        int inside = first;
-        int outside = last + 1;
-        for (int step = 1; inside + step <= last; step *= 2) {
-            if (column(inside + step) != target) {
-                outside = inside + step;
-                break;
-            }
-            inside += step;
-        }
-        while (outside - inside > 1) {
-            const int middle = inside + (outside - inside) / 2;
-            if (column(middle) == target)
-                inside = middle;
-            else
-                outside = middle;
-        }
-        return inside;
-    }
 
 private:
     const YRangeIndex& m_index;
@@ -313,30 +237,132 @@ private:
 
 } // namespace
 
-QPolygonF mappedColumns(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtScaleMap& yMap, int from,
-                        int to)
+QPolygonF mappedPolyline(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtScaleMap& yMap, int from,
+                         int to, bool weedOut)
 {
-    QPolygonF out;
-    ColumnWriter writer(out);
-    const ColumnMapper mapper(index, xMap);
-    const auto deviceY = [&yMap](double y) { return alignedValue(yMap.transform(y)); };
-    int i = from;
-    while (i <= to) {
-        const int j = mapper.runEnd(i, to);
-        const double first = deviceY(index.y(i));
-        const double last = deviceY(index.y(j));
-        if (i == j) {
-            writer.column(mapper.column(i), first, first, first, first);
-        } else {
-            // The map is monotonic, so the data extremes land on the device extremes.
-            const std::pair<double, double> range = index.yMinMax(i, j);
-            const double a = deviceY(range.first);
-            const double b = deviceY(range.second);
-            writer.column(mapper.column(i), first, std::min(a, b), std::max(a, b), last);
-        }
-        i = j + 1;
+    QPolygonF polyline;
+    polyline.reserve(to - from + 1);
+    for (int i = from; i <= to; ++i) {
+        const QPointF point(alignedValue(xMap.transform(index.x(i))),
+                            alignedValue(yMap.transform(index.y(i))));
+        if (!weedOut || polyline.isEmpty() || polyline.constLast() != point)
+            polyline.append(point);
     }
-    return out;
+    return polyline;
+}
+
+namespace {
+
+// A piece that stays in one column covers exactly the rows between its lowest and highest point
+// when it is stroked with both end caps, except that a short last step up to a new top can lose
+// the top row; such pieces, closed ones (no caps) and ones whose end segment is degenerate (its cap
+// is lost) are kept as they are. Checked exhaustively against the raster engine's stroker.
+bool isVerticalPiece(const QPointF* points, int count)
+{
+    if (count < 2 || points[0] == points[count - 1] || points[0] == points[1] ||
+        points[count - 2] == points[count - 1])
+        return false;
+    double top = points[0].y();
+    for (int i = 1; i < count; ++i) {
+        if (points[i].x() != points[0].x())
+            return false;
+        top = std::min(top, points[i].y());
+    }
+    const double last = points[count - 1].y();
+    const double previous = points[count - 2].y();
+    return last > previous || last != top || previous - last >= 3.0;
+}
+
+bool hasRepeats(const QPointF* points, int count)
+{
+    for (int i = 1; i < count; ++i) {
+        if (points[i] == points[i - 1])
+            return true;
+    }
+    return false;
+}
+
+class ColumnSpans
+{
+public:
+    explicit ColumnSpans(QVector<QLineF>& lines) : m_lines(lines) {}
+    ~ColumnSpans() { flush(); }
+
+    void add(double x, double low, double high)
+    {
+        // Spans of one column that touch or overlap are one run of pixels.
+        if (m_open && x == m_x && low <= m_high + 1.0 && high >= m_low - 1.0) {
+            m_low = std::min(m_low, low);
+            m_high = std::max(m_high, high);
+            return;
+        }
+        flush();
+        m_open = true;
+        m_x = x;
+        m_low = low;
+        m_high = high;
+    }
+
+private:
+    void flush()
+    {
+        if (m_open)
+            m_lines.append(QLineF(m_x, m_low, m_x, m_high));
+        m_open = false;
+    }
+
+    QVector<QLineF>& m_lines;
+    bool m_open = false;
+    double m_x = 0.0;
+    double m_low = 0.0;
+    double m_high = 0.0;
+};
+
+} // namespace
+
+DecimatedPolyline decimatePolyline(const QPolygonF& polyline)
+{
+    DecimatedPolyline result;
+    ColumnSpans spans(result.columns);
+    const int count = polyline.size();
+    // The pieces are those QwtPainter::drawPolyline strokes one by one on a raster device.
+    for (int i = 0; i < count; i += QwtPieceSize) {
+        const QPointF* piece = polyline.constData() + i;
+        const int size = std::min(QwtPieceSize + 1, count - i);
+        if (size < 2)
+            break; // a one-point piece paints nothing
+        if (isVerticalPiece(piece, size)) {
+            double low = piece[0].y();
+            double high = low;
+            for (int k = 1; k < size; ++k) {
+                low = std::min(low, piece[k].y());
+                high = std::max(high, piece[k].y());
+            }
+            spans.add(piece[0].x(), low, high);
+        } else if (hasRepeats(piece, size)) {
+            // A path drops a line to its current point, which would change the caps.
+            result.polylines.append(QPolygonF(QVector<QPointF>(piece, piece + size)));
+        } else {
+            result.pieces.moveTo(piece[0]);
+            for (int k = 1; k < size; ++k)
+                result.pieces.lineTo(piece[k]);
+        }
+    }
+    return result;
+}
+
+void drawDecimated(QPainter* painter, const DecimatedPolyline& polyline)
+{
+    // Each line and each subpath is stroked on its own, as the pieces were.
+    painter->save();
+    painter->setBrush(Qt::NoBrush);
+    if (!polyline.columns.isEmpty())
+        painter->drawLines(polyline.columns);
+    if (!polyline.pieces.isEmpty())
+        painter->drawPath(polyline.pieces);
+    for (const QPolygonF& piece : polyline.polylines)
+        painter->drawPolyline(piece);
+    painter->restore();
 }
 
 std::pair<int, int> visibleRange(const YRangeIndex& index, const QwtScaleMap& xMap, double left, double right,
@@ -366,15 +392,22 @@ std::pair<int, int> visibleRange(const YRangeIndex& index, const QwtScaleMap& xM
 
 bool canDrawDecimated(const QwtPlotCurve& curve, const QPainter* painter, const YRangeIndex& index)
 {
-    // Only plain lines on a raster device are reproduced pixel for pixel; everything else is Qwt's.
+    // Only plain, opaque, solid lines on a raster device are reproduced pixel for pixel.
     const bool plainLines = curve.style() == QwtPlotCurve::Lines &&
                             !curve.testCurveAttribute(QwtPlotCurve::Fitted) &&
                             curve.brush().style() == Qt::NoBrush;
-    const bool thinPen = painter && painter->pen().widthF() <= 1.0;
-    const bool aligned = painter && QwtPainter::roundingAlignment(const_cast<QPainter*>(painter));
     const bool usableData = index.isSorted() && index.firstNonFinite() == index.size() &&
                             static_cast<size_t>(index.size()) == curve.dataSize();
-    return plainLines && thinPen && aligned && usableData;
+    if (!plainLines || !usableData || !painter || !painter->isActive())
+        return false;
+    const QPen pen = painter->pen();
+    const bool thinPen = pen.widthF() <= 1.0 && pen.style() == Qt::SolidLine &&
+                         pen.capStyle() != Qt::FlatCap && pen.brush().style() == Qt::SolidPattern &&
+                         pen.color().alpha() == 255;
+    const bool raster = painter->paintEngine() && painter->paintEngine()->type() == QPaintEngine::Raster &&
+                        painter->compositionMode() == QPainter::CompositionMode_SourceOver;
+    QPainter* p = const_cast<QPainter*>(painter);
+    return thinPen && raster && QwtPainter::roundingAlignment(p) && QwtPainter::polylineSplitting();
 }
 
 bool drawLines(const QwtPlotCurve& curve, const YRangeIndex& index, QPainter* painter,
@@ -395,13 +428,15 @@ bool drawLines(const QwtPlotCurve& curve, const YRangeIndex& index, QPainter* pa
         to = visible.second;
     }
 
-    // 2. One run per pixel column, mapped and rounded as Qwt's point mapper does.
-    QPolygonF polyline = mappedColumns(index, xMap, yMap, from, to);
-
-    // 3. Clip and paint as QwtPlotCurve::drawLines does.
-    if (clip)
+    // 2. Mapped, rounded and weeded as Qwt's point mapper does, then clipped as the curve does
+    //    (clipping leaves a polyline that lies inside alone).
+    QPolygonF polyline =
+        mappedPolyline(index, xMap, yMap, from, to, curve.testPaintAttribute(QwtPlotCurve::FilterPoints));
+    if (clip && !clipRect.contains(polyline.boundingRect()))
         polyline = QwtClipper::clipPolygonF(clipRect, polyline);
-    QwtPainter::drawPolyline(painter, polyline);
+
+    // 3. The pieces Qwt would stroke, with the ones inside a single column merged.
+    drawDecimated(painter, decimatePolyline(polyline));
     return true;
 }
 

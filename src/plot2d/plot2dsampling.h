@@ -2,6 +2,8 @@
 
 #include "plot2dglobal.h"
 
+#include <QLineF>
+#include <QPainterPath>
 #include <QPointF>
 #include <QPolygonF>
 #include <QVector>
@@ -86,16 +88,28 @@ private:
 // Qwt's rounding of mapped coordinates when painting aligned (halves away from zero).
 PLOT2D_EXPORT double alignedValue(double value);
 
-// Reduces each run of consecutive points that share one x to its first, lowest, highest and last
-// point. On integer device coordinates painted without antialiasing the result covers the same
-// pixels as the input: the run's vertical segments span exactly [lowest, highest] of its column.
-PLOT2D_EXPORT QPolygonF decimateColumns(const QPolygonF& polyline);
+// Samples [from, to] of the index mapped and rounded as Qwt's point mapper does for aligned painting,
+// consecutive repeats dropped when `weedOut` is set (the curve's FilterPoints).
+PLOT2D_EXPORT QPolygonF mappedPolyline(const YRangeIndex& index, const QwtScaleMap& xMap,
+                                       const QwtScaleMap& yMap, int from, int to, bool weedOut);
 
-// Samples [from, to] of the index mapped and rounded as Qwt's aligned painting does, already
-// reduced per pixel column; visits O(columns * log(samples)) samples. Needs isSorted() and
-// to < firstNonFinite().
-PLOT2D_EXPORT QPolygonF mappedColumns(const YRangeIndex& index, const QwtScaleMap& xMap,
-                                      const QwtScaleMap& yMap, int from, int to);
+// QwtPainter strokes a polyline on a raster device in pieces of this many segments, each on its own.
+const int QwtPieceSize = 6;
+
+// A device polyline reduced to what its pieces paint: pieces that stay inside one pixel column
+// become one vertical line per run of rows, the others are kept as subpaths (or, when they repeat a
+// point, which a path would drop, as polylines of their own).
+struct DecimatedPolyline
+{
+    QVector<QLineF> columns;
+    QPainterPath pieces;
+    QVector<QPolygonF> polylines;
+};
+
+// Without antialiasing, drawDecimated(decimatePolyline(p)) paints exactly the pixels that
+// QwtPainter::drawPolyline(p) paints with an opaque, solid, capped pen at most 1 px wide.
+PLOT2D_EXPORT DecimatedPolyline decimatePolyline(const QPolygonF& polyline);
+PLOT2D_EXPORT void drawDecimated(QPainter* painter, const DecimatedPolyline& polyline);
 
 // The part of [from, to] whose device columns lie in [left, right], plus one neighbour on each side
 // so that lines crossing the border stay. Needs isSorted() and an ascending map.
@@ -107,7 +121,7 @@ PLOT2D_EXPORT bool canDrawDecimated(const QwtPlotCurve& curve, const QPainter* p
                                     const YRangeIndex& index);
 
 // QwtPlotCurve::drawLines for a plain line curve (no fitter, no brush, pen at most 1 px, aligned
-// painter), touching only the visible samples and one point per column extreme. Returns false,
+// raster painter), touching only the visible samples and stroking far fewer segments. Returns false,
 // painting nothing, when canDrawDecimated() does not hold: the caller then draws as usual.
 PLOT2D_EXPORT bool drawLines(const QwtPlotCurve& curve, const YRangeIndex& index, QPainter* painter,
                              const QwtScaleMap& xMap, const QwtScaleMap& yMap, const QRectF& canvasRect,

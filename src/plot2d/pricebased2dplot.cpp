@@ -700,7 +700,7 @@ void PriceBased2dPlot::setAxisScale(int axisId, double min, double max, double s
     // A flat X range is refused while a flat Y range is widened: the asymmetry is intended.
     if (axisId == QwtPlot::xBottom) {
         if (!commonFuzzyCompare(min, max))
-            QwtPlot::setAxisScale(QwtPlot::xBottom, min, max, step);
+            applyAxisScale(QwtPlot::xBottom, min, max, step);
         return;
     }
 
@@ -711,7 +711,15 @@ void PriceBased2dPlot::setAxisScale(int axisId, double min, double max, double s
     } else if (!(max - min > MinYSpan)) {
         return;
     }
-    QwtPlot::setAxisScale(QwtPlot::yLeft, min, max, step);
+    applyAxisScale(QwtPlot::yLeft, min, max, step);
+}
+
+void PriceBased2dPlot::applyAxisScale(int axisId, double min, double max, double step)
+{
+    QwtPlot::setAxisScale(axisId, min, max, step);
+    // Qwt divides the scale only on the next replot; autoscale right after an X change must
+    // already see the new division.
+    updateAxes();
 }
 
 double PriceBased2dPlot::roundedXValue(double x) const

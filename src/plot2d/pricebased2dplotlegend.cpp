@@ -268,8 +268,9 @@ void PriceBased2dPlotLegend::applyChecked(QCheckBox* checkBox, QwtLegendLabel* l
 
 void PriceBased2dPlotLegend::wheelEvent(QWheelEvent* event)
 {
-    // Swallowed: the plot behind the legend zooms on the wheel.
-    Q_UNUSED(event)
+    // Qt hands wheel events over ignored; accepting keeps them from propagating to the plot, whose
+    // wheel zooms.
+    event->accept();
 }
 
 QCheckBox* PriceBased2dPlotLegend::findCheckBox(const QString& text) const

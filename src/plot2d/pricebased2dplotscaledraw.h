@@ -6,6 +6,7 @@
 #include <qwt_scale_draw.h>
 
 #include <QFont>
+#include <QHash>
 #include <QList>
 #include <QRect>
 
@@ -61,14 +62,21 @@ public:
     QFont font() const { return m_font; }
     void setFont(const QFont& font) { m_font = font; }
 
-    enum CurKotirFlag : unsigned int {
-        CurKotirShown = 0x1,   // the quote is to be shown
-        CurKotirInside = 0x2,  // the quote lies strictly inside the visible interval
+    enum CurKotirFlag : unsigned int
+    {
+        CurKotirShown = 0x1,  // the quote is to be shown
+        CurKotirInside = 0x2, // the quote lies strictly inside the visible interval
     };
 
 private:
+    QRect grownLabelRect(double value) const;
+    void rebuildLabels();
+    void thinByHalves(QList<double> ticks);
+    int parityAt(int index) const { return index == -1 ? 0 : (index & 1); }
+
     int m_axis;
-    QList<double> m_labels;
+    // draw() keeps its labels sorted in place.
+    mutable QList<double> m_labels;
     QFont m_font;
     int m_labelGap = 8;
     bool m_axisPainted = false;
@@ -76,4 +84,9 @@ private:
     double m_curKotir = -1.0;
     int m_curKotirIndex = -1;
     int m_equalDigitsNum = -1;
+
+    // Grown label rectangles by value, kept only while one updateLabels() runs: the thinning
+    // passes measure the same labels again and again.
+    mutable QHash<double, QRect> m_rectCache;
+    bool m_rectCacheActive = false;
 };

@@ -30,6 +30,10 @@ public:
     void setScaleDraw(PriceBased2dPlotScaleDraw* draw) { m_scaleDraw = draw; }
 
 private:
+    QwtScaleDiv stabilized(const QwtScaleDiv& div, double x1, double x2, int maxMajorSteps, int maxMinorSteps,
+                           double stepSize) const;
+    void alignOnRescaleFactor(QwtScaleDiv& div, double x1, double x2) const;
+
     PriceBased2dPlot* m_plot;
     int m_axis;
     decimal m_rescaleFactor;

@@ -1,0 +1,222 @@
+#include "testsupport.h"
+
+#include <plot2d/plot2dcommon.h>
+
+#include <qwt_interval.h>
+#include <qwt_scale_div.h>
+
+#include <QProcess>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+using namespace Plot2dCommon;
+
+namespace {
+
+// Run as a child in another locale: prints the texts that the parent compares.
+const char* const LocaleChildArgument = "--print-system-short";
+
+int printSystemShort()
+{
+    const QStringList texts = {fromDoubleToSystemStringShort(1234.5, 4),
+                               fromDoubleToSystemStringShort(1200, 0),
+                               fromDoubleToSystemStringShort(-0.0001, 2)};
+    printf("%s\n", texts.join(QLatin1Char('|')).toUtf8().constData());
+    return 0;
+}
+
+const double Inf = std::numeric_limits<double>::infinity();
+const double NaN = std::numeric_limits<double>::quiet_NaN();
+
+} // namespace
+
+class TestPlot2dCommon : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void systemStringShortInCLocale_data();
+    void systemStringShortInCLocale();
+    void systemStringShortWithCommaPoint();
+    void integerLengthCounts_data();
+    void integerLengthCounts();
+    void roundValueRounds_data();
+    void roundValueRounds();
+    void formattedValueTrims_data();
+    void formattedValueTrims();
+    void fuzzyComparisons_data();
+    void fuzzyComparisons();
+    void intervalsAndDivisions();
+};
+
+void TestPlot2dCommon::systemStringShortInCLocale_data()
+{
+    QTest::addColumn<double>("value");
+    QTest::addColumn<int>("decimals");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("trailing zeros") << 1.2500 << 4 << "1.25";
+    QTest::newRow("bare point") << 3.0 << 2 << "3";
+    // The tests run with LC_ALL=C.UTF-8, for which Qt groups thousands with ','.
+    QTest::newRow("integer zeros kept") << 1200.0 << 0 << "1,200";
+    QTest::newRow("negative zero keeps sign") << -0.0001 << 2 << "-0";
+    QTest::newRow("places capped at 10") << 0.123456789012345 << 15 << "0.123456789";
+    QTest::newRow("negative places mean 0") << 2.7 << -3 << "3";
+    QTest::newRow("rounds at places") << 1.23456 << 3 << "1.235";
+}
+
+void TestPlot2dCommon::systemStringShortInCLocale()
+{
+    QFETCH(double, value);
+    QFETCH(int, decimals);
+    QFETCH(QString, expected);
+    QCOMPARE(fromDoubleToSystemStringShort(value, decimals), expected);
+}
+
+void TestPlot2dCommon::systemStringShortWithCommaPoint()
+{
+    QProcess child;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("LC_ALL"), QStringLiteral("de_DE.UTF-8"));
+    env.insert(QStringLiteral("LANG"), QStringLiteral("de_DE.UTF-8"));
+    child.setProcessEnvironment(env);
+    child.start(QCoreApplication::applicationFilePath(), {QString::fromLatin1(LocaleChildArgument)});
+    QVERIFY(child.waitForFinished(60000));
+    QCOMPARE(child.exitCode(), 0);
+    const QString output = QString::fromUtf8(child.readAllStandardOutput()).trimmed();
+    QCOMPARE(output, QStringLiteral("1.234,5|1.200|-0"));
+}
+
+void TestPlot2dCommon::integerLengthCounts_data()
+{
+    QTest::addColumn<double>("value");
+    QTest::addColumn<int>("expected");
+    QTest::newRow("9.99") << 9.99 << 1;
+    QTest::newRow("-9.99") << -9.99 << 1;
+    QTest::newRow("10") << 10.0 << 2;
+    QTest::newRow("-10") << -10.0 << 2;
+    QTest::newRow("-99.5") << -99.5 << 2;
+    QTest::newRow("100") << 100.0 << 3;
+    QTest::newRow("123456") << 123456.0 << 6;
+    QTest::newRow("1e16") << 1e16 << 17;
+    QTest::newRow("NaN") << NaN << 1;
+}
+
+void TestPlot2dCommon::integerLengthCounts()
+{
+    QFETCH(double, value);
+    QFETCH(int, expected);
+    QCOMPARE(integerLength(value), expected);
+}
+
+void TestPlot2dCommon::roundValueRounds_data()
+{
+    QTest::addColumn<double>("value");
+    QTest::addColumn<int>("decimals");
+    QTest::addColumn<double>("expected");
+    QTest::newRow("half up") << 2.5 << 0 << 3.0;
+    QTest::newRow("negative half up") << -2.5 << 0 << -2.0;
+    QTest::newRow("negative below half") << -2.6 << 0 << -3.0;
+    QTest::newRow("1.005 in doubles") << 1.005 << 2 << 1.0;
+    QTest::newRow("hundreds") << 1234.0 << -2 << 1200.0;
+    QTest::newRow("decimals clamped to 10") << 0.123456789012 << 40 << 0.1234567890;
+    QTest::newRow("decimals clamped to -10") << 4.6e10 << -40 << 5e10;
+    QTest::newRow("scaled infinite") << 1e300 << 10 << 1e300;
+    QTest::newRow("infinite input") << Inf << 2 << Inf;
+}
+
+void TestPlot2dCommon::roundValueRounds()
+{
+    QFETCH(double, value);
+    QFETCH(int, decimals);
+    QFETCH(double, expected);
+    QCOMPARE(roundValue(value, decimals), expected);
+}
+
+void TestPlot2dCommon::formattedValueTrims_data()
+{
+    QTest::addColumn<double>("value");
+    QTest::addColumn<int>("decimals");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("trailing zeros") << 1.25 << 4 << "1.25";
+    QTest::newRow("bare point") << 3.0 << 2 << "3";
+    QTest::newRow("integer zeros kept") << 100.0 << 0 << "100";
+    QTest::newRow("negative zero repaired") << -0.0004 << 2 << "0";
+    QTest::newRow("negative zero without point kept") << -0.4 << 0 << "-0";
+    QTest::newRow("places capped") << 2.5 << 12 << "2.5";
+    QTest::newRow("negative decimals") << 5.0 << -1 << "";
+    QTest::newRow("zero") << 0.0 << 0 << "0";
+    QTest::newRow("NaN untouched") << NaN << 2 << "nan";
+    QTest::newRow("infinity untouched") << Inf << 2 << "inf";
+}
+
+void TestPlot2dCommon::formattedValueTrims()
+{
+    QFETCH(double, value);
+    QFETCH(int, decimals);
+    QFETCH(QString, expected);
+    QCOMPARE(formattedValue(value, decimals), expected);
+}
+
+void TestPlot2dCommon::fuzzyComparisons_data()
+{
+    QTest::addColumn<double>("a");
+    QTest::addColumn<double>("b");
+    QTest::addColumn<bool>("scaleDrawEqual");
+    QTest::addColumn<bool>("relativeEqual");
+    QTest::newRow("zeros") << 0.0 << 0.0 << true << true;
+    QTest::newRow("zero and tiny") << 0.0 << 1e-300 << false << false;
+    QTest::newRow("opposite signs") << -1.0 << 1.0 << false << false;
+    QTest::newRow("1e-9 apart") << 1.0 << 1.000000001 << true << false;
+    QTest::newRow("2e-8 apart") << 1.0 << 1.00000002 << false << false;
+    QTest::newRow("1e-13 apart") << 1.0 << 1.0 + 1e-13 << true << true;
+    QTest::newRow("NaN") << NaN << 1.0 << false << false;
+}
+
+void TestPlot2dCommon::fuzzyComparisons()
+{
+    QFETCH(double, a);
+    QFETCH(double, b);
+    QFETCH(bool, scaleDrawEqual);
+    QFETCH(bool, relativeEqual);
+    QCOMPARE(scaleDrawFuzzyCompare(a, b), scaleDrawEqual);
+    QCOMPARE(scaleDrawFuzzyCompare(b, a), scaleDrawEqual);
+    QCOMPARE(fuzzyEqual(a, b), relativeEqual);
+    QCOMPARE(fuzzyEqual(b, a), relativeEqual);
+}
+
+void TestPlot2dCommon::intervalsAndDivisions()
+{
+    QCOMPARE(roundHalfUp64(2.5), Q_INT64_C(3));
+    QCOMPARE(roundHalfUp64(-2.5), Q_INT64_C(-2));
+    QCOMPARE(roundHalfUp(-0.5), 0);
+    QCOMPARE(roundHalfUp(-1.5), -1);
+    QCOMPARE(roundHalfUp(1e9 + 0.5), 1000000001);
+    QVERIFY(isNearZero(-1e-12));
+    QVERIFY(!isNearZero(2e-12));
+
+    QVERIFY(isValidInterval(QwtInterval(1.0, 1.0)));
+    QVERIFY(!isValidInterval(QwtInterval(1.0, 1.0, QwtInterval::ExcludeMinimum)));
+    QVERIFY(!isValidInterval(QwtInterval(2.0, 1.0)));
+
+    QVERIFY(!isUsableScaleDiv(QwtScaleDiv()));
+    QVERIFY(isUsableScaleDiv(QwtScaleDiv(0.0, 10.0)));
+    QVERIFY(!isUsableScaleDiv(QwtScaleDiv(5.0, 5.0)));
+}
+
+int main(int argc, char* argv[])
+{
+    if (argc > 1 && std::strcmp(argv[1], LocaleChildArgument) == 0) {
+        QCoreApplication app(argc, argv);
+        return printSystemShort();
+    }
+    QApplication app(argc, argv);
+    app.setAttribute(Qt::AA_Use96Dpi, true);
+    TestSupport::initEnvironment();
+    TestPlot2dCommon tc;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&tc, argc, argv);
+}
+
+#include "tst_plot2dcommon.moc"

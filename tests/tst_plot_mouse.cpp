@@ -1,0 +1,225 @@
+// Mouse presses and moves go through the window system, so that the pressed button is carried
+// by the moves and ignored events propagate from the scale widgets to the plot as in real use.
+#define QTEST_QPA_MOUSE_HANDLING
+
+#include "plotfixture.h"
+
+#include <qwt_plot_layout.h>
+#include <qwt_scale_widget.h>
+
+#include <QSignalSpy>
+#include <QWheelEvent>
+
+#include <memory>
+
+using PlotFixture::validCurve;
+
+namespace {
+
+QwtInterval range(const QwtPlot& plot, int axis)
+{
+    return plot.axisScaleDiv(axis).interval();
+}
+
+} // namespace
+
+class TestPlotMouse : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<TestPlot> m_plot;
+    PriceBased2dPlotPicker* m_picker = nullptr;
+
+    // Shown plot, X 100..200 and Y -100..100; a curve every 10 in X from curvesLeft to curvesRight,
+    // rising from -200 to 200.
+    bool setUpPlot(double curvesLeft = 0.0, double curvesRight = 1000.0)
+    {
+        m_plot.reset(new TestPlot);
+        m_plot->setBaseCode(QStringLiteral("BR"));
+        m_picker = PlotFixture::attachPicker(m_plot.get());
+        QVector<QPointF> samples;
+        for (double x = curvesLeft; x <= curvesRight; x += 10.0)
+            samples << QPointF(x, -200.0 + 400.0 * (x - curvesLeft) / (curvesRight - curvesLeft));
+        validCurve(m_plot.get(), QStringLiteral("c"), 9, samples)->attach(m_plot.get());
+        m_plot->resize(640, 480);
+        m_plot->show();
+        if (!QTest::qWaitForWindowExposed(m_plot.get()))
+            return false;
+        setRanges(100.0, 200.0, -100.0, 100.0);
+        return true;
+    }
+
+    void setRanges(double xLow, double xHigh, double yLow, double yHigh)
+    {
+        m_plot->setAxisScale(QwtPlot::xBottom, xLow, xHigh);
+        m_plot->setAxisScale(QwtPlot::yLeft, yLow, yHigh);
+        m_plot->replot();
+    }
+
+    // The plot point whose anchor, as the wheel computes it over the canvas, is (x, y).
+    QPoint canvasPointFor(double x, double y) const
+    {
+        return QPoint(qRound(m_plot->canvasMap(QwtPlot::xBottom).transform(x)),
+                      qRound(m_plot->canvasMap(QwtPlot::yLeft).transform(y)));
+    }
+
+    void wheel(const QPoint& plotPos, int delta, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        const QPoint global = m_plot->mapToGlobal(plotPos);
+        QCursor::setPos(global);
+        QWheelEvent event(QPointF(plotPos), QPointF(global), QPoint(), QPoint(0, delta), Qt::NoButton,
+                          modifiers, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(m_plot.get(), &event);
+        m_plot->updateAxes();
+    }
+
+    QPoint xScalePoint(int x) const { return QPoint(x, m_plot->axisWidget(QwtPlot::xBottom)->height() / 2); }
+
+private Q_SLOTS:
+    void init() { QVERIFY(TestSupport::loadSampleData()); }
+    void cleanup()
+    {
+        m_plot.reset();
+        TestSupport::clearData();
+    }
+
+    void cursorFollowsSetPos()
+    {
+        // The wheel handler reads QCursor::pos(); the offscreen platform must track setPos.
+        QCursor::setPos(QPoint(123, 45));
+        QCOMPARE(QCursor::pos(), QPoint(123, 45));
+    }
+
+    void wheelOverCanvasZoomsBoth_data()
+    {
+        QTest::addColumn<int>("delta");
+        QTest::addColumn<double>("factor");
+        QTest::newRow("one notch") << 120 << 0.9;
+        QTest::newRow("two notches at once") << 240 << 0.89;
+        QTest::newRow("one notch out") << -120 << 1.1;
+    }
+
+    void wheelOverCanvasZoomsBoth()
+    {
+        QFETCH(int, delta);
+        QFETCH(double, factor);
+        QVERIFY(setUpPlot());
+        const QPoint pos = canvasPointFor(150.0, 0.0);
+        QVERIFY(m_plot->plotLayout()->canvasRect().contains(pos));
+        const QPointF anchor = m_picker->transformedPoint(pos);
+        QVERIFY(qAbs(anchor.x() - 150.0) < 1.0);
+
+        QSignalSpy autoScale(m_plot.get(), qOverload<bool>(&PriceBased2dPlot::autoScaleEnabled));
+        QSignalSpy labels(m_plot.get(), &PriceBased2dPlot::updateAxisLabels);
+        wheel(pos, delta);
+
+        // The anchor keeps its relative place: 100..200 about 150 becomes 105..195 for one notch.
+        const double span = 100.0 * factor;
+        const double r = (200.0 - anchor.x()) / (anchor.x() - 100.0);
+        const double lower = anchor.x() - span / (r + 1.0);
+        QCOMPARE(range(*m_plot, QwtPlot::xBottom).minValue(), lower);
+        QCOMPARE(range(*m_plot, QwtPlot::xBottom).maxValue(), lower + span);
+        QCOMPARE(range(*m_plot, QwtPlot::yLeft).width(), 200.0 * factor);
+        QCOMPARE(autoScale.count(), 1);
+        QCOMPARE(autoScale.at(0).at(0).toBool(), false);
+        QCOMPARE(labels.count(), 1);
+
+        // With autoscale off nothing asks to switch it off again.
+        m_plot->setAutoScaleEnabled(false);
+        wheel(pos, delta);
+        QCOMPARE(autoScale.count(), 1);
+        QCOMPARE(labels.count(), 2);
+    }
+
+    void modifiersChooseTheAxis()
+    {
+        QVERIFY(setUpPlot());
+        QSignalSpy autoScale(m_plot.get(), qOverload<bool>(&PriceBased2dPlot::autoScaleEnabled));
+        const QPoint pos = canvasPointFor(150.0, 0.0);
+
+        // Control: X only, and Y follows autoscale without switching it off.
+        wheel(pos, 120, Qt::ControlModifier);
+        QVERIFY(range(*m_plot, QwtPlot::xBottom).width() < 100.0);
+        QCOMPARE(autoScale.count(), 0);
+        QCOMPARE(range(*m_plot, QwtPlot::yLeft).minValue(), -156.0);
+        QCOMPARE(range(*m_plot, QwtPlot::yLeft).maxValue(), -124.0);
+
+        // Shift: Y only, autoscale off asked for.
+        setRanges(100.0, 200.0, -100.0, 100.0);
+        wheel(pos, 120, Qt::ShiftModifier);
+        QCOMPARE(range(*m_plot, QwtPlot::xBottom).width(), 100.0);
+        QCOMPARE(range(*m_plot, QwtPlot::yLeft).width(), 180.0);
+        QCOMPARE(autoScale.count(), 1);
+    }
+
+    void zoomOutStopsAtTheCurves()
+    {
+        QVERIFY(setUpPlot(120.0, 180.0));
+        const QPoint pos = canvasPointFor(150.0, 0.0);
+        wheel(pos, -120, Qt::ControlModifier);
+        QCOMPARE(range(*m_plot, QwtPlot::xBottom).minValue(), 100.0);
+        QCOMPARE(range(*m_plot, QwtPlot::xBottom).maxValue(), 200.0);
+    }
+
+    void anchorOnTheLowerBound()
+    {
+        QVERIFY(setUpPlot());
+        // Over the X scale the anchor is the cursor mapped into the scale widget.
+        QwtScaleWidget* scale = m_plot->axisWidget(QwtPlot::xBottom);
+        const QPoint local = xScalePoint(qRound(m_plot->canvasMap(QwtPlot::xBottom).p1()));
+        QCOMPARE(m_picker->transformedPoint(local).x(), 100.0);
+        const QPoint pos = m_plot->mapFromGlobal(scale->mapToGlobal(local));
+        QVERIFY(m_plot->mousePositionOnXScale(pos));
+        QVERIFY(!m_plot->mousePositionOnYScale(pos));
+
+        wheel(pos, 120);
+        // Deliberately, the anchor becomes the new upper bound.
+        QCOMPARE(range(*m_plot, QwtPlot::xBottom).minValue(), 10.0);
+        QCOMPARE(range(*m_plot, QwtPlot::xBottom).maxValue(), 100.0);
+    }
+
+    void dragOnTheScales()
+    {
+        QVERIFY(setUpPlot(100.0, 300.0));
+        QwtScaleWidget* xScale = m_plot->axisWidget(QwtPlot::xBottom);
+        QSignalSpy autoScale(m_plot.get(), qOverload<bool>(&PriceBased2dPlot::autoScaleEnabled));
+        const QPoint start = xScalePoint(xScale->width() / 2);
+
+        // Left zooms in by 5 % on each side.
+        QTest::mousePress(xScale, Qt::LeftButton, Qt::NoModifier, start);
+        QTest::mouseMove(xScale, start - QPoint(10, 0));
+        QCOMPARE(range(*m_plot, QwtPlot::xBottom).minValue(), 105.0);
+        QCOMPARE(range(*m_plot, QwtPlot::xBottom).maxValue(), 195.0);
+        QTest::mouseRelease(xScale, Qt::LeftButton, Qt::NoModifier, start - QPoint(10, 0));
+
+        // Right zooms out only where the curves are cut off.
+        setRanges(100.0, 200.0, -100.0, 100.0);
+        QTest::mousePress(xScale, Qt::LeftButton, Qt::NoModifier, start);
+        QTest::mouseMove(xScale, start + QPoint(10, 0));
+        QCOMPARE(range(*m_plot, QwtPlot::xBottom).minValue(), 100.0);
+        QCOMPARE(range(*m_plot, QwtPlot::xBottom).maxValue(), 210.0);
+        QTest::mouseRelease(xScale, Qt::LeftButton, Qt::NoModifier, start + QPoint(10, 0));
+        QCOMPARE(autoScale.count(), 0);
+
+        // Dragging the Y scale asks for autoscale off.
+        setRanges(100.0, 200.0, -100.0, 100.0);
+        QwtScaleWidget* yScale = m_plot->axisWidget(QwtPlot::yLeft);
+        const QPoint yStart(yScale->width() / 2, yScale->height() / 2);
+        QTest::mousePress(yScale, Qt::LeftButton, Qt::NoModifier, yStart);
+        QTest::mouseMove(yScale, yStart - QPoint(0, 10));
+        QCOMPARE(range(*m_plot, QwtPlot::yLeft).minValue(), -90.0);
+        QCOMPARE(range(*m_plot, QwtPlot::yLeft).maxValue(), 90.0);
+        QCOMPARE(autoScale.count(), 1);
+        QTest::mouseRelease(yScale, Qt::LeftButton, Qt::NoModifier, yStart - QPoint(0, 10));
+
+        // A right-button press ends dragging.
+        QTest::mousePress(xScale, Qt::RightButton, Qt::NoModifier, start);
+        QTest::mouseMove(xScale, start - QPoint(30, 0));
+        QCOMPARE(range(*m_plot, QwtPlot::xBottom).maxValue(), 200.0);
+        QTest::mouseRelease(xScale, Qt::RightButton, Qt::NoModifier, start - QPoint(30, 0));
+    }
+};
+
+PLOT2D_TEST_MAIN(TestPlotMouse)
+#include "tst_plot_mouse.moc"

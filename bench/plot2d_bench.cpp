@@ -105,6 +105,9 @@ QImage& targetImage()
 void renderQwt(QwtPlot* plot)
 {
     QImage& image = targetImage();
+    // At the plot's own resolution the renderer does not scale, as on screen.
+    image.setDotsPerMeterX(qRound(plot->logicalDpiX() / 0.0254));
+    image.setDotsPerMeterY(qRound(plot->logicalDpiY() / 0.0254));
     image.fill(Qt::white);
     QPainter painter(&image);
     QwtPlotRenderer renderer;

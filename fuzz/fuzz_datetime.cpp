@@ -2,6 +2,8 @@
 // date of an accepted form or the invalid value.
 #include "fuzzsupport.h"
 
+#include <QDateTime>
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const QByteArray bytes(reinterpret_cast<const char*>(data), int(size));

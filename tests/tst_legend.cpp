@@ -6,6 +6,7 @@
 #include <plot2d/pricebased2dplotpicker.h>
 
 #include <qwt_legend_label.h>
+#include <qwt_plot_marker.h>
 #include <qwt_symbol.h>
 
 #include <QCheckBox>
@@ -177,6 +178,19 @@ private Q_SLOTS:
         f.legend->setCheckBoxChecked("Delta", false);
         QCOMPARE(spy.count(), 2);
         QCOMPARE(f.uncheckedTitles(), (QStringList{"Delta", "Rho"}));
+    }
+
+    void markerCurveTakesTheMarkersStyle()
+    {
+        LegendFixture f;
+        f.addCurve("Markers", 13, QwtSymbol::UTriangle, 2.0); // its own symbol does not count
+        f.legend->setCheckBoxChecked("Markers", false);
+        QCOMPARE(image(f.label("Markers")->icon()), image(f.legend->resetIcons().value(QwtSymbol::Rect)));
+        auto* marker = new QwtPlotMarker;
+        marker->setSymbol(new QwtSymbol(QwtSymbol::DTriangle));
+        marker->attach(f.plot.get());
+        QCOMPARE(f.legend->getStyle(f.curves.last()), int(QwtSymbol::DTriangle));
+        QCOMPARE(f.legend->getStyle(nullptr), -1);
     }
 
     void wheelStaysInLegend()

@@ -124,6 +124,7 @@ void TestPlot2dCommon::roundValueRounds_data()
     QTest::newRow("decimals clamped to -10") << 4.6e10 << -40 << 5e10;
     QTest::newRow("scaled infinite") << 1e300 << 10 << 1e300;
     QTest::newRow("infinite input") << Inf << 2 << Inf;
+    QTest::newRow("beyond 64 bits") << 1e22 << 2 << 1e22;
 }
 
 void TestPlot2dCommon::roundValueRounds()
@@ -193,6 +194,8 @@ void TestPlot2dCommon::intervalsAndDivisions()
     QCOMPARE(roundHalfUp(-0.5), 0);
     QCOMPARE(roundHalfUp(-1.5), -1);
     QCOMPARE(roundHalfUp(1e9 + 0.5), 1000000001);
+    QCOMPARE(roundHalfUp64(1e300), std::numeric_limits<qint64>::max());
+    QCOMPARE(roundHalfUp64(-1e300), std::numeric_limits<qint64>::min());
     QVERIFY(isNearZero(-1e-12));
     QVERIFY(!isNearZero(2e-12));
 

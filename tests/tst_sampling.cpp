@@ -215,6 +215,9 @@ private:
 QImage render(QwtPlot& plot, bool antialiased)
 {
     QImage image(640, 360, QImage::Format_ARGB32_Premultiplied);
+    // At the plot's own resolution the renderer does not scale, and Qwt paints aligned.
+    image.setDotsPerMeterX(qRound(plot.logicalDpiX() / 0.0254));
+    image.setDotsPerMeterY(qRound(plot.logicalDpiY() / 0.0254));
     image.fill(Qt::white);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing, antialiased);

@@ -231,6 +231,13 @@ void TestScaleDraw::singlePairWithQuoteDropsNeighbour()
     QCOMPARE(draw->curKotirFlags(), 0x3u);
     QCOMPARE(draw->labelGap(), 8);
 
+    // The same with the quote below its neighbour.
+    draw->setCurKotirValue(49);
+    draw->updateLabels();
+    expected = ticks;
+    expected.removeOne(50);
+    QCOMPARE(draw->labels(), expected);
+
     const auto pair = std::make_pair(30.0, 41.0);
     QList<double> values{10, 30, 50};
     draw->setCurKotirEnabled(false);

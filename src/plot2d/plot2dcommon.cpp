@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace Plot2dCommon {
 
@@ -51,7 +52,9 @@ double roundValue(double value, int decimals)
     const double scaled = factor * value;
     if (!std::isfinite(scaled))
         return value;
-    const double rounded = static_cast<double>(roundHalfUp64(scaled));
+    // From 2^53 on every double is a whole number already, and may not fit in 64 bits.
+    const double rounded =
+        std::fabs(scaled) >= 9007199254740992.0 ? scaled : static_cast<double>(roundHalfUp64(scaled));
     if (!std::isfinite(rounded))
         return value;
     return rounded / factor;
@@ -84,6 +87,14 @@ bool scaleDrawFuzzyCompare(double a, double b)
 
 qint64 roundHalfUp64(double value)
 {
+    // Out of range the conversion below would be undefined; saturate instead.
+    const double limit = 9223372036854775808.0; // 2^63
+    if (std::isnan(value))
+        return 0;
+    if (value >= limit)
+        return std::numeric_limits<qint64>::max();
+    if (value <= -limit)
+        return std::numeric_limits<qint64>::min();
     if (value >= 0.0)
         return static_cast<qint64>(std::trunc(value + 0.5));
     const double base = std::trunc(value - 1.0);

@@ -215,9 +215,30 @@ YExtent YRangeIndex::extent(double left, double right) const
     return extent;
 }
 
+namespace {
+
+// Qwt's rounding, kept inline for the per-sample loop: through an integer where that is exact,
+// which spares the library calls of floor and ceil.
+inline double aligned(double value)
+{
+    const double limit = 4503599627370496.0; // 2^52: beyond it every double is an integer
+    if (value >= 0.0) {
+        const double shifted = value + 0.5;
+        if (shifted < limit)
+            return static_cast<double>(static_cast<qint64>(shifted));
+        return std::floor(shifted);
+    }
+    const double shifted = value - 0.5;
+    if (shifted > -limit)
+        return static_cast<double>(static_cast<qint64>(shifted));
+    return std::ceil(shifted);
+}
+
+} // namespace
+
 double alignedValue(double value)
 {
-    return value >= 0.0 ? std::floor(value + 0.5) : std::ceil(value - 0.5);
+    return aligned(value);
 }
 
 namespace {
@@ -228,26 +249,81 @@ class ColumnMapper
 public:
     ColumnMapper(const YRangeIndex& index, const QwtScaleMap& xMap) : m_index(index), m_xMap(xMap) {}
 
-    double column(int i) const { return alignedValue(m_xMap.transform(m_index.x(i))); }
+    double column(int i) const { return aligned(m_xMap.transform(m_index.x(i))); }
+
+    // Last index of the run of samples from `first` that share its column; on ascending x the
+    // columns are monotonic in the index, so a gallop then a bisection finds it.
+    int runEnd(int first, int last) const
+    {
+        const double target = column(first);
+        int inside = first;
+        int outside = last + 1;
+        for (int step = 1; inside + step <= last; step *= 2) {
+            if (column(inside + step) != target) {
+                outside = inside + step;
+                break;
+            }
+            inside += step;
+        }
+        while (outside - inside > 1) {
+            const int middle = inside + (outside - inside) / 2;
+            if (column(middle) == target)
+                inside = middle;
+            else
+                outside = middle;
+        }
+        return inside;
+    }
 
 private:
     const YRangeIndex& m_index;
     const QwtScaleMap& m_xMap;
 };
 
+// Qwt's weeding compares with QPointF's fuzzy equality, which for integral coordinates below this
+// magnitude is plain equality.
+const double ExactWeedLimit = 1e12;
+
+QPolygonF mappedPolylineQwtWeeding(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
+                                   int from, int to)
+{
+    QPolygonF polyline;
+    for (int i = from; i <= to; ++i) {
+        const QPointF point(aligned(xMap.transform(index.x(i))), aligned(yMap.transform(index.y(i))));
+        if (polyline.isEmpty() || polyline.constLast() != point)
+            polyline.append(point);
+    }
+    return polyline;
+}
+
 } // namespace
 
 QPolygonF mappedPolyline(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtScaleMap& yMap, int from,
                          int to, bool weedOut)
 {
-    QPolygonF polyline;
-    polyline.reserve(to - from + 1);
-    for (int i = from; i <= to; ++i) {
-        const QPointF point(alignedValue(xMap.transform(index.x(i))),
-                            alignedValue(yMap.transform(index.y(i))));
-        if (!weedOut || polyline.isEmpty() || polyline.constLast() != point)
-            polyline.append(point);
+    QPolygonF polyline(to - from + 1);
+    QPointF* points = polyline.data();
+    const ColumnMapper columns(index, xMap);
+    int last = -1;
+    double magnitude = 0.0;
+    // One x per column run, found by bisection, so that only y is mapped per sample; a repeat is
+    // written and then overwritten, which keeps the loop free of unpredictable branches.
+    for (int first = from; first <= to;) {
+        const int end = index.isSorted() ? columns.runEnd(first, to) : first;
+        const double x = columns.column(first);
+        magnitude = std::max(magnitude, std::fabs(x));
+        for (int i = first; i <= end; ++i) {
+            const double y = aligned(yMap.transform(index.y(i)));
+            magnitude = std::max(magnitude, std::fabs(y));
+            const bool repeat = weedOut && last >= 0 && points[last].x() == x && points[last].y() == y;
+            points[last + 1] = QPointF(x, y);
+            last += repeat ? 0 : 1;
+        }
+        first = end + 1;
     }
+    if (weedOut && !(magnitude < ExactWeedLimit))
+        return mappedPolylineQwtWeeding(index, xMap, yMap, from, to);
+    polyline.resize(last + 1);
     return polyline;
 }
 

@@ -700,7 +700,7 @@ void PriceBased2dPlot::setAxisScale(int axisId, double min, double max, double s
     // A flat X range is refused while a flat Y range is widened: the asymmetry is intended.
     if (axisId == QwtPlot::xBottom) {
         if (!commonFuzzyCompare(min, max))
-            applyAxisScale(QwtPlot::xBottom, min, max, step);
+            QwtPlot::setAxisScale(QwtPlot::xBottom, min, max, step);
         return;
     }
 
@@ -711,15 +711,7 @@ void PriceBased2dPlot::setAxisScale(int axisId, double min, double max, double s
     } else if (!(max - min > MinYSpan)) {
         return;
     }
-    applyAxisScale(QwtPlot::yLeft, min, max, step);
-}
-
-void PriceBased2dPlot::applyAxisScale(int axisId, double min, double max, double step)
-{
-    QwtPlot::setAxisScale(axisId, min, max, step);
-    // Qwt divides the scale only on the next replot; autoscale right after an X change must
-    // already see the new division.
-    updateAxes();
+    QwtPlot::setAxisScale(QwtPlot::yLeft, min, max, step);
 }
 
 double PriceBased2dPlot::roundedXValue(double x) const
@@ -854,6 +846,13 @@ bool PriceBased2dPlot::wheelNewYUpper(WheelZoom& zoom) const
 void PriceBased2dPlot::applyXZoom(const WheelZoom& zoom)
 {
     setAxisScale(QwtPlot::xBottom, zoom.newXLower, zoom.newXLower + zoom.newXSpan, 0.0);
+    rescaleYToNewX();
+}
+
+void PriceBased2dPlot::rescaleYToNewX()
+{
+    // Qwt divides a new range only on the next replot; autoscale must already see the new X.
+    updateAxes();
     updateYAxisScale();
 }
 
@@ -1009,7 +1008,7 @@ bool PriceBased2dPlot::scaleDragStep(const QPointF& pos)
         switchAutoScaleOff();
     setAxisScale(axis, newLower, newUpper, 0.0);
     if (axis == QwtPlot::xBottom)
-        updateYAxisScale();
+        rescaleYToNewX();
     return true;
 }
 

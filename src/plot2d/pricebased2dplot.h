@@ -193,7 +193,7 @@ private:
     static bool currentCurKotirX(const PriceBased2dPlotCurve* line, double* x);
     QwtPlotGrid* grid() const;
     void switchAutoScaleOff();
-    void applyAxisScale(int axisId, double min, double max, double step);
+    void rescaleYToNewX();
 
     static double wheelFactor(int delta);
     static double anchoredRatio(double anchor, double lower, double upper);

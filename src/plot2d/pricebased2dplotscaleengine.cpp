@@ -71,7 +71,7 @@ void PriceBased2dPlotScaleEngine::alignOnRescaleFactor(QwtScaleDiv& div, double 
     double factor = m_rescaleFactor.toDouble();
     const double rounded = Plot2dCommon::roundHalfUp(factor);
     if (std::fabs(factor - rounded) < 1.0 / std::pow(10.0, m_strikeDecimals))
-        factor = factor;
+        factor = rounded;
 
     // 3. Only the bounds of this request count; a factor on a bound is accepted.
     if (factor < x1 || factor > x2)

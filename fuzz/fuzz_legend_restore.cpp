@@ -25,6 +25,7 @@ PriceBased2dPlotCurve* addCurve(FuzzPlot* plot, const QString& title, int type, 
     auto* curve = new PriceBased2dPlotCurve(plot, title);
     curve->setDataType(type);
     curve->setPen(QPen(Qt::blue));
+    curve->setLegendAttribute(QwtPlotCurve::LegendShowLine, true);
     curve->setSymbol(new QwtSymbol(style, QBrush(Qt::blue), QPen(Qt::blue), QSize(5, 5)));
     curve->setSamples(QVector<QPointF>{{60.0, 1.0}, {75.0, 2.0}, {90.0, 3.0}});
     curve->attach(plot);
@@ -69,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     for (PriceBased2dPlotCurve* curve : screen->curves) {
         bool found = false;
         const bool checked = screen->legend->isCheckBoxChecked(curve->title().text(), &found);
-        FuzzSupport::require(!found || checked == curve->isVisible() ||
+        FuzzSupport::require(!found || !curve->isValid() || checked == curve->isVisible() ||
                                  curve->dataType() == PriceBased2dPlotCurve::CurKotirLine,
                              "tick state matches curve visibility");
     }

@@ -16,6 +16,7 @@
 namespace {
 
 constexpr double MillisecondsPerYear = 365.0 * 24 * 3600 * 1000;
+const QSize LegendIconSize(24, 10);
 
 QVector<QPointF> samplesOf(const QList<double>& prices, const std::function<double(double)>& valueAt)
 {
@@ -32,6 +33,8 @@ DeskPlot::DeskPlot(const Portfolio& portfolio, QWidget* parent)
     : PriceBased2dPlot(true, parent), m_portfolio(portfolio)
 {
     setCanvasBackground(Qt::white);
+    setAxisTitle(QwtPlot::xBottom, tr("Futures price"));
+    setAxisTitle(QwtPlot::yLeft, tr("Profit and loss per contract"));
     auto* grid = new QwtPlotGrid;
     grid->attach(this);
     setGridEnabled(false);
@@ -56,6 +59,7 @@ PriceBased2dPlotCurve* DeskPlot::addCurve(CurveType type, const QString& title, 
     curve->setPen(QPen(color, 2.0));
     curve->setRenderHint(QwtPlotItem::RenderAntialiased, true);
     curve->setLegendAttribute(QwtPlotCurve::LegendShowLine, true);
+    curve->setLegendIconSize(LegendIconSize);
     curve->attach(this);
     m_curves.insert(type, curve);
     return curve;
@@ -81,6 +85,7 @@ void DeskPlot::addQuoteLine()
     line->setStyle(QwtPlotCurve::Sticks);
     line->setPen(QPen(QColor(Qt::red), 1.0));
     line->setLegendAttribute(QwtPlotCurve::LegendShowLine, true);
+    line->setLegendIconSize(LegendIconSize);
     // The line always holds two samples; the plot moves and stretches them.
     line->setSamples(QVector<QPointF>{{0.0, 0.0}, {0.0, 1.0}});
     line->attach(this);
@@ -156,5 +161,8 @@ void DeskPlot::resetView()
     const PriceInterval interval = priceInterval();
     if (interval.valid)
         setAxisScale(QwtPlot::xBottom, interval.min, interval.max);
+    // The point manager reads the visible range from the scale division, which Qwt only
+    // recomputes in updateAxes().
+    updateAxes();
     updateCurves();
 }

@@ -56,7 +56,9 @@ DeskWindow::DeskWindow(const Options& options, QWidget* parent)
     statusBar()->showMessage(
         tr("Wheel: zoom (Shift: Y only, Ctrl: X only). Drag: pan. Drag a scale: zoom it."));
 
+    // The manager may have computed the interval already while its model loaded the strikes.
     m_manager->updatePriceInterval();
+    m_plot->resetView();
     restoreSettings();
     showQuote();
 

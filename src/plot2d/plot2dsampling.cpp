@@ -306,19 +306,24 @@ QPolygonF mappedPolyline(const YRangeIndex& index, const QwtScaleMap& xMap, cons
     const ColumnMapper columns(index, xMap);
     int last = -1;
     double magnitude = 0.0;
+    double previousX = std::numeric_limits<double>::quiet_NaN();
+    double previousY = previousX;
     // One x per column run, found by bisection, so that only y is mapped per sample; a repeat is
     // written and then overwritten, which keeps the loop free of unpredictable branches.
     for (int first = from; first <= to;) {
         const int end = index.isSorted() ? columns.runEnd(first, to) : first;
         const double x = columns.column(first);
         magnitude = std::max(magnitude, std::fabs(x));
+        if (!weedOut || x != previousX)
+            previousY = std::numeric_limits<double>::quiet_NaN(); // nothing to repeat
         for (int i = first; i <= end; ++i) {
             const double y = aligned(yMap.transform(index.y(i)));
             magnitude = std::max(magnitude, std::fabs(y));
-            const bool repeat = weedOut && last >= 0 && points[last].x() == x && points[last].y() == y;
             points[last + 1] = QPointF(x, y);
-            last += repeat ? 0 : 1;
+            last += y == previousY ? 0 : 1;
+            previousY = weedOut ? y : std::numeric_limits<double>::quiet_NaN();
         }
+        previousX = x;
         first = end + 1;
     }
     if (weedOut && !(magnitude < ExactWeedLimit))

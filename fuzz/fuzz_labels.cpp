@@ -11,6 +11,8 @@
 #include <QImage>
 #include <QPainter>
 
+#include <memory>
+
 namespace {
 
 using FuzzSupport::require;
@@ -64,20 +66,18 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
 {
     FuzzSupport::initApplication(argc, argv);
     require(FuzzSupport::loadSampleData(), "sample data loads");
-    plot = new FuzzPlot(true);
-    plot->setIsinId(1001);
-    plot->resize(480, 320);
-    plot->updateAxisWidgets();
     return 0;
 }
 
+// A fresh plot per input, so that every crash replays from its input alone.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     FuzzInput input(data, size);
-    plot->setAxisScale(QwtPlot::xBottom, 55.0, 95.0);
-    plot->setAxisScale(QwtPlot::yLeft, -1.0, 1.0);
-    plot->setCurKotirEnabled(false);
-    plot->setRescaleFactor(decimal());
+    std::unique_ptr<FuzzPlot> owner(new FuzzPlot(true));
+    plot = owner.get();
+    plot->setIsinId(1001);
+    plot->resize(480, 320);
+    plot->updateAxisWidgets();
 
     while (!input.atEnd()) {
         switch (input.bounded(6)) {
@@ -110,5 +110,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     plot->replot();
     paint();
     checkAxes("ranges stay usable after painting");
+    plot = nullptr;
     return 0;
 }

@@ -592,12 +592,6 @@ void PriceBased2dPlot::resetAutoScale()
         Q_EMIT autoScaleEnabled(false);
 }
 
-void PriceBased2dPlot::switchAutoScaleOff()
-{
-    if (autoScaleEnabled())
-        Q_EMIT autoScaleEnabled(false);
-}
-
 void PriceBased2dPlot::updateYAxisScale()
 {
     if (autoScaleEnabled()) {
@@ -858,7 +852,7 @@ void PriceBased2dPlot::rescaleYToNewX()
 
 void PriceBased2dPlot::applyYZoom(const WheelZoom& zoom, double ySpan)
 {
-    switchAutoScaleOff();
+    resetAutoScale();
     setAxisScale(QwtPlot::yLeft, zoom.newYUpper - ySpan, zoom.newYUpper, 0.0);
 }
 
@@ -869,7 +863,7 @@ void PriceBased2dPlot::applyWheelZoom(const WheelZoom& zoom, Qt::KeyboardModifie
     const double curvesHeight = zoom.curves.height();
 
     if (shift == control && !zoom.onX && !zoom.onY) {
-        switchAutoScaleOff();
+        resetAutoScale();
         setAxisScale(QwtPlot::xBottom, zoom.newXLower, zoom.newXLower + zoom.newXSpan, 0.0);
         const double ySpan = std::min(zoom.newYSpan, zoom.factor * curvesHeight);
         setAxisScale(QwtPlot::yLeft, zoom.newYUpper - ySpan, zoom.newYUpper, 0.0);
@@ -1005,7 +999,7 @@ bool PriceBased2dPlot::scaleDragStep(const QPointF& pos)
     if (!dragRange(zoomIn, lower, upper, cLo, cHi, &newLower, &newUpper))
         return false;
     if (axis == QwtPlot::yLeft)
-        switchAutoScaleOff();
+        resetAutoScale();
     setAxisScale(axis, newLower, newUpper, 0.0);
     if (axis == QwtPlot::xBottom)
         rescaleYToNewX();

@@ -192,7 +192,6 @@ private:
     PriceBased2dPlotCurve* firstCurKotirLine() const;
     static bool currentCurKotirX(const PriceBased2dPlotCurve* line, double* x);
     QwtPlotGrid* grid() const;
-    void switchAutoScaleOff();
     void rescaleYToNewX();
 
     static double wheelFactor(int delta);

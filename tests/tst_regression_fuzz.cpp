@@ -1,0 +1,107 @@
+#include "testsupport.h"
+
+#include <plot2d/platform.h>
+#include <plot2d/pricebased2dplotcurve.h>
+#include <plot2d/pricebased2dplotlegend.h>
+#include <plot2d/pricebased2dplotscaledraw.h>
+
+#include <QDataStream>
+#include <QImage>
+#include <QPainter>
+#include <QSignalSpy>
+
+#include <limits>
+#include <memory>
+
+// Inputs the fuzzers found, replayed through the public API so that they stay fixed.
+class TestRegressionFuzz : public QObject
+{
+    Q_OBJECT
+
+private:
+    static QByteArray legendValue(qint32 count, const QByteArray& records)
+    {
+        QByteArray value;
+        QDataStream out(&value, QIODevice::WriteOnly);
+        out << qint32(1) << qint32(5) << count;
+        value.append(records);
+        return value;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QString error;
+        QVERIFY2(TestSupport::loadSampleData(&error), qPrintable(error));
+    }
+    void cleanupTestCase() { TestSupport::clearData(); }
+
+    // A saved legend value that announces far more records than it holds: the records after the
+    // end of the data read as invalid, and restoring must neither hang nor change any row.
+    void legendRestoreWithHugeCount()
+    {
+        TestPlot plot(true);
+        plot.setIsinId(1001);
+        auto* curve = new PriceBased2dPlotCurve(&plot, QStringLiteral("Delta"));
+        curve->setDataType(9);
+        curve->setPen(QPen(Qt::blue));
+        curve->setLegendAttribute(QwtPlotCurve::LegendShowLine, true);
+        curve->setSamples(QVector<QPointF>{{60.0, 1.0}, {90.0, 2.0}});
+        curve->attach(&plot);
+        auto* legend = new PriceBased2dPlotLegend(&plot);
+        legend->initCore();
+        plot.insertLegend(legend);
+        QSignalSpy visibility(legend, &PriceBased2dPlotLegend::visibilityChanged);
+
+        QByteArray hiddenDelta;
+        QDataStream records(&hiddenDelta, QIODevice::WriteOnly);
+        records << true << false << qint32(9);
+        Settings settings;
+        settings.setValue(QStringLiteral("legendItemKeys"),
+                          legendValue(std::numeric_limits<qint32>::max(), hiddenDelta));
+        legend->restore(settings);
+
+        bool found = false;
+        QVERIFY(!legend->isCheckBoxChecked(QStringLiteral("Delta"), &found));
+        QVERIFY(found);
+        QCOMPARE(visibility.count(), 1);
+    }
+
+    // A quote from a broken feed, far outside the price axis but below the magnitude at which
+    // labels give up: its label rectangle lies beyond int pixel range and must not overflow when
+    // the labels are thinned (caught by UBSan in the sanitizer build).
+    void quoteFarOutsideTheAxis_data()
+    {
+        QTest::addColumn<double>("quote");
+        QTest::addColumn<bool>("enabled");
+        QTest::newRow("1e15 hidden") << 1e15 << false;
+        QTest::newRow("1e15 shown") << 1e15 << true;
+        QTest::newRow("-1e15") << -1e15 << true;
+        QTest::newRow("just below 1e16") << 9.999999999999998e15 << true;
+        QTest::newRow("1e16") << 1e16 << true;
+    }
+    void quoteFarOutsideTheAxis()
+    {
+        QFETCH(double, quote);
+        QFETCH(bool, enabled);
+        TestPlot plot(true);
+        plot.setIsinId(1001);
+        plot.resize(480, 320);
+        plot.setAxisScale(QwtPlot::xBottom, 55.0, 95.0);
+        plot.setCurKotirValue(quote);
+        plot.setCurKotirEnabled(enabled);
+        plot.replot();
+        plot.updateAxisWidgets();
+
+        QImage image(plot.size(), QImage::Format_RGB32);
+        QPainter painter(&image);
+        plot.render(&painter);
+        const QwtInterval x = plot.axisInterval(QwtPlot::xBottom);
+        QCOMPARE(x.minValue(), 55.0);
+        QCOMPARE(x.maxValue(), 95.0);
+        QVERIFY(!plot.xScaleDraw()->labels().isEmpty());
+    }
+};
+
+PLOT2D_TEST_MAIN(TestRegressionFuzz)
+#include "tst_regression_fuzz.moc"

@@ -36,6 +36,7 @@ bool wantsScreenshot(int argc, char* argv[])
 QString defaultDataDir()
 {
     const QStringList candidates = {
+        QCoreApplication::applicationDirPath() + QStringLiteral("/data"),
         QCoreApplication::applicationDirPath() + QStringLiteral("/../share/plot2d/data"),
         QStringLiteral(PLOT2D_DEMO_SOURCE_DATA_DIR),
     };

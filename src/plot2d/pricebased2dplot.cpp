@@ -614,7 +614,12 @@ void PriceBased2dPlot::updateYAxisScale()
 
 std::pair<double, double> PriceBased2dPlot::minMaxYAtXRange()
 {
-    return minMaxYAtXRangeLinear();
+    return yExtentOfCurves(IndexedScan);
+}
+
+std::pair<double, double> PriceBased2dPlot::minMaxYAtXRangeLinear() const
+{
+    return yExtentOfCurves(LinearScan);
 }
 
 bool PriceBased2dPlot::visibleRoundedXRange(double* left, double* right) const
@@ -627,7 +632,7 @@ bool PriceBased2dPlot::visibleRoundedXRange(double* left, double* right) const
     return !(*left > *right) && !Plot2dCommon::fuzzyEqual(*left, *right);
 }
 
-std::pair<double, double> PriceBased2dPlot::minMaxYAtXRangeLinear() const
+std::pair<double, double> PriceBased2dPlot::yExtentOfCurves(ExtentScan scan) const
 {
     const std::pair<double, double> unusable(1.0, -1.0);
     double left = 0.0;
@@ -650,8 +655,14 @@ std::pair<double, double> PriceBased2dPlot::minMaxYAtXRangeLinear() const
         const bool isLine = curve->dataType() == PriceBased2dPlotCurve::CurKotirLine;
         if (curve->isValid() && curve->isVisible() && !isLine) {
             nothingCounted = false;
-            if (!scanCurveExtent(curve, left, right, &yMin, &yMax))
+            // A valid curve always has a data object.
+            const Plot2dSampling::YExtent extent =
+                scan == IndexedScan ? curve->yRangeIndex().extent(left, right)
+                                    : Plot2dSampling::scanYExtent(*curve->data(), left, right);
+            if (extent.nonFinite)
                 return unusable;
+            yMin = std::min(yMin, extent.min);
+            yMax = std::max(yMax, extent.max);
         } else if (!curve->isVisible() && isLine) {
             // A hidden quote line counts as "something" though nothing of it is read; kept on purpose.
             nothingCounted = false;
@@ -661,27 +672,6 @@ std::pair<double, double> PriceBased2dPlot::minMaxYAtXRangeLinear() const
     if (nothingCounted)
         return std::make_pair(0.0, 0.0);
     return std::make_pair(yMin, yMax);
-}
-
-bool PriceBased2dPlot::scanCurveExtent(const PriceBased2dPlotCurve* curve, double left, double right,
-                                       double* yMin, double* yMax)
-{
-    const size_t count = curve->dataSize();
-    for (size_t i = 0; i < count; ++i) {
-        const QPointF sample = curve->data() ? curve->sample(static_cast<int>(i)) : QPointF(0.0, 0.0);
-        const double x = sample.x();
-        const double y = sample.y();
-        if (!isFinite(x) || !isFinite(y))
-            return false;
-        if ((x > left || commonFuzzyCompare(x, left)) && (x < right || commonFuzzyCompare(x, right))) {
-            *yMin = std::min(*yMin, y);
-            *yMax = std::max(*yMax, y);
-        }
-        // Samples ascend in x: the first one beyond the right end ends this curve.
-        if (x > right)
-            break;
-    }
-    return true;
 }
 
 void PriceBased2dPlot::setAxisScale(int axisId, double min, double max, double step)

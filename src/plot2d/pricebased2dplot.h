@@ -151,6 +151,9 @@ public:
     // Y extent (minimum, maximum) of the counted curves inside the visible X range; minimum >
     // maximum means no usable range.
     virtual std::pair<double, double> minMaxYAtXRange();
+    // The same extent by a plain scan of every sample: the reference minMaxYAtXRange() answers
+    // exactly, in logarithmic time per curve.
+    std::pair<double, double> minMaxYAtXRangeLinear() const;
     // Places the current-quote line; a negative kotir keeps its price and only stretches it.
     virtual void updateCurKotirPoints(double yLow, double yHigh, double kotir);
     // The client recomputes its curves here.
@@ -181,11 +184,13 @@ private:
         bool zoomOut() const { return factor > 1.0; }
     };
 
-    // The plain scan behind minMaxYAtXRange(), kept callable on its own for comparisons.
-    std::pair<double, double> minMaxYAtXRangeLinear() const;
+    enum ExtentScan
+    {
+        IndexedScan,
+        LinearScan
+    };
+    std::pair<double, double> yExtentOfCurves(ExtentScan scan) const;
     bool visibleRoundedXRange(double* left, double* right) const;
-    static bool scanCurveExtent(const PriceBased2dPlotCurve* curve, double left, double right, double* yMin,
-                                double* yMax);
 
     Field securitiesField(const Record& record, SecuritiesColumn column, bool* hasValue = nullptr) const;
     bool isExerciseCandidate(const Record& record) const;

@@ -171,3 +171,29 @@ QColor PriceBased2dPlotCurve::getColor() const
         return symbol()->pen().color();
     return QColor();
 }
+
+const Plot2dSampling::YRangeIndex& PriceBased2dPlotCurve::yRangeIndex() const
+{
+    if (!m_yIndexValid) {
+        if (data())
+            m_yIndex.build(*data());
+        else
+            m_yIndex.clear();
+        m_yIndexValid = true;
+    }
+    return m_yIndex;
+}
+
+void PriceBased2dPlotCurve::dataChanged()
+{
+    m_yIndexValid = false;
+    m_yIndex.clear();
+    QwtPlotCurve::dataChanged();
+}
+
+void PriceBased2dPlotCurve::drawLines(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
+                                      const QRectF& canvasRect, int from, int to) const
+{
+    if (!Plot2dSampling::drawLines(*this, yRangeIndex(), painter, xMap, yMap, canvasRect, from, to))
+        QwtPlotCurve::drawLines(painter, xMap, yMap, canvasRect, from, to);
+}

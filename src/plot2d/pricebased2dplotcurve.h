@@ -1,6 +1,7 @@
 #pragma once
 
 #include "plot2dglobal.h"
+#include "plot2dsampling.h"
 
 #include <qwt_plot_curve.h>
 
@@ -57,9 +58,22 @@ public:
     virtual bool isValid() const;
     virtual bool isValidType(int type) const;
 
+    // Y index of the samples for the plot's autoscale, rebuilt after the samples change.
+    const Plot2dSampling::YRangeIndex& yRangeIndex() const;
+
+protected:
+    void dataChanged() override;
+    // Plain line curves touch only their visible samples and stroke far fewer segments; the pixels
+    // are those of QwtPlotCurve::drawLines.
+    void drawLines(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
+                   const QRectF& canvasRect, int from, int to) const override;
+
 private:
     void showCurKotirLine();
 
     qint32 m_dataType = NotSet;
     PriceBased2dPlot* m_plot = nullptr;
+    // Caches for speed only; they never change what the curve reports or paints.
+    mutable Plot2dSampling::YRangeIndex m_yIndex;
+    mutable bool m_yIndexValid = false;
 };

@@ -1,0 +1,139 @@
+// The plot's fast paths must be invisible: the same Y extents and the same pixels as the plain code.
+#include "testsupport.h"
+
+#include <plot2d/pricebased2dplotcurve.h>
+
+#include <qwt_plot_curve.h>
+#include <qwt_plot_renderer.h>
+
+#include <QImage>
+#include <QPainter>
+#include <QRandomGenerator>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+QVector<QPointF> randomSamples(QRandomGenerator& random, int count, bool withNonFinite)
+{
+    QVector<QPointF> samples;
+    double x = 100.0;
+    for (int i = 0; i < count; ++i) {
+        x += random.bounded(3) == 0 ? 0.0 : random.bounded(1.0); // duplicates on purpose
+        samples.append(QPointF(x, std::sin(x / 7.0) * 50.0 + random.bounded(10.0)));
+    }
+    if (withNonFinite)
+        samples[random.bounded(count)].setY(std::numeric_limits<double>::quiet_NaN());
+    return samples;
+}
+
+PriceBased2dPlotCurve* addCurve(PriceBased2dPlot* plot, int type, const QVector<QPointF>& samples)
+{
+    auto* curve = new PriceBased2dPlotCurve(plot, QStringLiteral("curve %1").arg(type));
+    curve->setDataType(type);
+    curve->setPen(QPen(Qt::black, 1.0));
+    curve->setLegendAttribute(QwtPlotCurve::LegendShowLine, true);
+    curve->setSamples(samples);
+    curve->attach(plot);
+    return curve;
+}
+
+} // namespace
+
+class TestFastPaths : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+    void yExtentMatchesLinearScan();
+    void curvePaintsStockPixels_data();
+    void curvePaintsStockPixels();
+};
+
+void TestFastPaths::initTestCase()
+{
+    QString error;
+    QVERIFY2(TestSupport::loadSampleData(&error), qPrintable(error));
+}
+
+void TestFastPaths::cleanupTestCase()
+{
+    TestSupport::clearData();
+}
+
+void TestFastPaths::yExtentMatchesLinearScan()
+{
+    QRandomGenerator random(7);
+    for (int round = 0; round < 60; ++round) {
+        TestPlot plot;
+        const int curves = 1 + random.bounded(3);
+        for (int c = 0; c < curves; ++c)
+            addCurve(&plot, 9 + c, randomSamples(random, 50 + random.bounded(400), random.bounded(4) == 0));
+        for (int window = 0; window < 10; ++window) {
+            const double lower = 90.0 + random.bounded(200.0);
+            plot.setAxisScale(QwtPlot::xBottom, lower, lower + 0.5 + random.bounded(100.0));
+            plot.updateAxes();
+            const std::pair<double, double> fast = plot.minMaxYAtXRange();
+            const std::pair<double, double> linear = plot.minMaxYAtXRangeLinear();
+            QCOMPARE(fast.first, linear.first);
+            QCOMPARE(fast.second, linear.second);
+        }
+        // Changed samples must not leave a stale index behind.
+        plot.attachedCurves(9).first()->setSamples(randomSamples(random, 100, false));
+        QCOMPARE(plot.minMaxYAtXRange(), plot.minMaxYAtXRangeLinear());
+    }
+}
+
+void TestFastPaths::curvePaintsStockPixels_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::addColumn<double>("lower");
+    QTest::addColumn<double>("upper");
+    QTest::newRow("dense, whole range") << 100000 << 100.0 << 200.0;
+    QTest::newRow("dense, one percent") << 100000 << 150.0 << 151.0;
+    QTest::newRow("sparse, beyond the ends") << 300 << 80.0 << 150.0;
+}
+
+void TestFastPaths::curvePaintsStockPixels()
+{
+    QFETCH(int, count);
+    QFETCH(double, lower);
+    QFETCH(double, upper);
+
+    QVector<QPointF> samples;
+    for (int i = 0; i < count; ++i) {
+        const double x = 100.0 + 100.0 * i / (count - 1);
+        samples.append(QPointF(x, std::sin(x) * 20.0 + (x > 160.0 ? (x - 160.0) * 3.0 : 0.0)));
+    }
+
+    auto render = [&](QwtPlotCurve* curve) {
+        TestPlot plot;
+        plot.setAutoReplot(false);
+        curve->setPen(QPen(Qt::black, 1.0));
+        curve->setSamples(samples);
+        curve->attach(&plot);
+        plot.setAxisScale(QwtPlot::xBottom, lower, upper);
+        plot.setAxisScale(QwtPlot::yLeft, -30.0, 150.0);
+        plot.resize(800, 500);
+        QImage image(plot.size(), QImage::Format_RGB32);
+        image.fill(Qt::white);
+        // At the widget's resolution the renderer does not scale the painter, as on screen.
+        image.setDotsPerMeterX(qRound(plot.logicalDpiX() / 0.0254));
+        image.setDotsPerMeterY(qRound(plot.logicalDpiY() / 0.0254));
+        QwtPlotRenderer renderer;
+        renderer.renderTo(&plot, image);
+        return image;
+    };
+
+    auto* fast = new PriceBased2dPlotCurve(nullptr, QStringLiteral("fast"));
+    fast->setDataType(9);
+    const QImage ours = render(fast);
+    const QImage stock = render(new QwtPlotCurve(QStringLiteral("stock")));
+    QCOMPARE(ours, stock);
+}
+
+PLOT2D_TEST_MAIN(TestFastPaths)
+#include "tst_fastpaths.moc"

@@ -398,28 +398,13 @@ void BM_MinMaxYAtXRange(benchmark::State& state)
     f.showAll();
 }
 
-// The reference: the plain per-sample scan over the same curves and window.
-std::pair<double, double> linearMinMaxYAtXRange(const PriceBased2dPlot& plot)
-{
-    const QwtInterval interval = plot.axisScaleDiv(QwtPlot::xBottom).interval();
-    const double left = plot.roundedXValue(interval.minValue());
-    const double right = plot.roundedXValue(interval.maxValue());
-    Plot2dSampling::YExtent total;
-    for (const PriceBased2dPlotCurve* curve : plot.attachedCurves(-1)) {
-        if (curve->isValid() && curve->isVisible() && curve->dataType() != PriceBased2dPlotCurve::CurKotirLine)
-            Plot2dSampling::accumulate(total, Plot2dSampling::scanYExtent(*curve->data(), left, right));
-        if (total.nonFinite)
-            return std::make_pair(1.0, -1.0);
-    }
-    return std::make_pair(total.min, total.max);
-}
-
+// The reference: the plot's plain per-sample scan over the same curves and window.
 void BM_MinMaxYAtXRangeLinear(benchmark::State& state)
 {
     Plot2dFixture& f = fixture<Plot2dFixture>(static_cast<int>(state.range(0)));
     setWindow(f, 3);
     for (auto _ : state)
-        benchmark::DoNotOptimize(linearMinMaxYAtXRange(*f.plot));
+        benchmark::DoNotOptimize(f.plot->minMaxYAtXRangeLinear());
     f.showAll();
 }
 

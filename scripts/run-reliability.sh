@@ -11,7 +11,7 @@ fuzz_seconds=${PLOT2D_FUZZ_SECONDS:-60}
 
 export QT_QPA_PLATFORM=offscreen LC_ALL=C.UTF-8 LANG=C.UTF-8
 export XDG_RUNTIME_DIR=${XDG_RUNTIME_DIR:-$(mktemp -d)}
-export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:check_initialization_order=1:strict_init_order=1
+export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:check_initialization_order=1:strict_init_order=1:fast_unwind_on_malloc=0
 export LSAN_OPTIONS=suppressions=$root/scripts/lsan.supp:print_suppressions=0
 export UBSAN_OPTIONS=suppressions=$root/scripts/ubsan.supp:print_stacktrace=1:halt_on_error=1
 # The sanitizers make each event several times slower; the normal build runs the full 20000.

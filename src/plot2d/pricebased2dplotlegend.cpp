@@ -336,6 +336,9 @@ void PriceBased2dPlotLegend::restore(const Settings& settings)
     for (qint32 i = 0; i < count; ++i) {
         PriceBased2dPlotCurve::CurveParams params;
         PriceBased2dPlotCurve::read(in, params);
+        // Past the end of a damaged value every record reads as invalid: stop rather than count on.
+        if (in.status() != QDataStream::Ok)
+            break;
         if (!params.valid || handledTypes.contains(params.dataType))
             continue;
         handledTypes.insert(params.dataType);

@@ -5,6 +5,7 @@
 #include "plot2dcommon.h"
 
 #include <qwt_scale_div.h>
+#include <qwt_scale_map.h>
 #include <qwt_text.h>
 
 #include <QApplication>
@@ -19,6 +20,8 @@
 namespace {
 
 const double UnusableMagnitude = 1e16;
+// Qwt lays labels out in int pixels; a label mapped further out than this overlaps nothing on screen.
+const double MaxLabelPixel = 1e8;
 const int NoPairCount = std::numeric_limits<int>::min();
 const std::pair<double, double> NoOverlap(1.0, -1.0);
 
@@ -358,6 +361,8 @@ QwtText PriceBased2dPlotScaleDraw::label(double value) const
 QRect PriceBased2dPlotScaleDraw::grownLabelRect(double value) const
 {
     if (std::fabs(value) > UnusableMagnitude)
+        return QRect();
+    if (!(std::fabs(scaleMap().transform(value)) <= MaxLabelPixel))
         return QRect();
     if (m_rectCacheActive) {
         const auto cached = m_rectCache.constFind(value);

@@ -1,9 +1,14 @@
 #pragma once
 
+#include <plot2d/platform.h>
 #include <plot2d/pricebased2dplot.h>
+#include <plot2d/pricebased2dplotcurve.h>
+#include <plot2d/pricebased2dplotpicker.h>
 
-#include <QString>
 #include <QApplication>
+#include <QMap>
+#include <QString>
+#include <QTemporaryDir>
 #include <QtTest>
 
 namespace TestSupport {
@@ -19,6 +24,30 @@ bool loadSampleData(QString* error = nullptr);
 void clearData();
 // Writes `content` to `dir`/`fileName` and returns the path.
 QString writeFile(const QString& dir, const QString& fileName, const QByteArray& content);
+
+// The securities CSV header, without the named columns.
+QByteArray securitiesHeader(const QList<QByteArray>& omitted = {});
+// One securities row (with its leading newline); unnamed fields are null. A futures contract of base
+// "BR" on the anonymous board 1, price step 0.01, by default.
+QByteArray row(QMap<QByteArray, QByteArray> values, const QList<QByteArray>& omitted = {});
+// The same with the fields given as "name=value" pairs separated by spaces.
+QByteArray row(const QByteArray& fields);
+// The futures contract isin 1001 "BR-1.27" (quote 74.35); an empty step gives a null price_step.
+QByteArray futureRow(const QByteArray& priceStep = "0.01");
+// A call per strike on isin 1001, sec_id counting from `firstSecId`.
+QByteArray optionRows(int firstSecId, const QStringList& strikes, const QByteArray& priceStep = "0.01");
+QStringList strikeRange(int from, int to, int step);
+// Loads `content` as table `name` (a second load of a name adds its rows as one change).
+Table* loadTable(const QTemporaryDir& dir, const QString& name, const QByteArray& content);
+// Board 1 anonymous, board 2 addressed, and the given securities rows.
+bool load(const QTemporaryDir& dir, const QByteArray& rows, const QList<QByteArray>& omitted = {});
+bool addSecurities(const QTemporaryDir& dir, const QByteArray& rows);
+
+// A curve that passes every validity rule (red sticks for the quote line), not yet attached.
+PriceBased2dPlotCurve* validCurve(PriceBased2dPlot* plot, const QString& title, int type,
+                                  const QVector<QPointF>& samples);
+// A picker whose price step is read from the plot's futures record.
+PriceBased2dPlotPicker* attachPicker(PriceBased2dPlot* plot);
 
 } // namespace TestSupport
 

@@ -1,4 +1,4 @@
-#include "plotfixture.h"
+#include "testsupport.h"
 
 #include <plot2d/pricebased2dplotscaledraw.h>
 
@@ -43,17 +43,10 @@ private Q_SLOTS:
         QTest::newRow("own rtti") << 9 << CurveEdit([](C*) {}) << false; // built as UserRttiCurve
         QTest::newRow("no samples") << 9 << CurveEdit([](C* c) { c->setSamples(QVector<QPointF>()); })
                                     << false;
-        QTest::newRow("empty title") << 9 << CurveEdit([](C* c) { c->setTitle(QString()); }) << false;
-        QTest::newRow("no style") << 9 << CurveEdit([](C* c) { c->setStyle(QwtPlotCurve::NoCurve); })
-                                  << false;
-        QTest::newRow("user style") << 9 << CurveEdit([](C* c) { c->setStyle(QwtPlotCurve::UserCurve); })
-                                    << false;
         QTest::newRow("no legend attribute")
             << 9 << CurveEdit([](C* c) { c->setLegendAttribute(QwtPlotCurve::LegendShowLine, false); })
             << false;
         QTest::newRow("line, no pen") << 9 << CurveEdit([](C* c) { c->setPen(QPen(Qt::NoPen)); }) << false;
-        QTest::newRow("line, invalid colour")
-            << 9 << CurveEdit([](C* c) { c->setPen(QPen(QColor())); }) << false;
         QTest::newRow("symbol only, no pen") << 9 << CurveEdit([](C* c) {
             c->setLegendAttribute(QwtPlotCurve::LegendShowLine, false);
             c->setLegendAttribute(QwtPlotCurve::LegendShowSymbol, true);
@@ -65,10 +58,6 @@ private Q_SLOTS:
         QTest::newRow("quote line, blue") << 0 << CurveEdit([](C* c) {
             c->setSamples(TwoPoints);
             c->setPen(QPen(Qt::blue));
-        }) << false;
-        QTest::newRow("quote line, lines") << 0 << CurveEdit([](C* c) {
-            c->setSamples(TwoPoints);
-            c->setStyle(QwtPlotCurve::Lines);
         }) << false;
     }
 
@@ -92,7 +81,7 @@ private Q_SLOTS:
 
     void paramsRecord()
     {
-        std::unique_ptr<PriceBased2dPlotCurve> curve(PlotFixture::validCurve(nullptr, "c", 12, {{1, 1}}));
+        std::unique_ptr<PriceBased2dPlotCurve> curve(TestSupport::validCurve(nullptr, "c", 12, {{1, 1}}));
         curve->QwtPlotCurve::setVisible(false);
         QByteArray bytes;
         QDataStream out(&bytes, QIODevice::WriteOnly);
@@ -127,8 +116,8 @@ private Q_SLOTS:
         QFETCH(QByteArray, quote);
         QFETCH(bool, selectFuture);
         QFETCH(bool, shown);
-        QVERIFY(PlotFixture::load(
-            m_dir, PlotFixture::row({{"sec_id", "1"}, {"isin_id", "1001"}, {"cur_kotir", quote}})));
+        QVERIFY(TestSupport::load(
+            m_dir, TestSupport::row({{"sec_id", "1"}, {"isin_id", "1001"}, {"cur_kotir", quote}})));
         TestPlot plot;
         if (selectFuture)
             plot.setBaseCode(QStringLiteral("BR"));
@@ -136,7 +125,7 @@ private Q_SLOTS:
         interval.min = 55.0;
         interval.max = 95.0;
         plot.setPriceInterval(interval);
-        auto* line = PlotFixture::validCurve(&plot, QStringLiteral("quote"), 0, {{70.0, 0.0}, {70.0, 1.0}});
+        auto* line = TestSupport::validCurve(&plot, QStringLiteral("quote"), 0, {{70.0, 0.0}, {70.0, 1.0}});
         line->attach(&plot);
         line->setVisible(false);
         QVERIFY(!line->isVisible());
@@ -151,7 +140,7 @@ private Q_SLOTS:
     {
         QVERIFY(TestSupport::loadSampleData());
         TestPlot plot;
-        auto* curve = PlotFixture::validCurve(&plot, QStringLiteral("m"), 13, {});
+        auto* curve = TestSupport::validCurve(&plot, QStringLiteral("m"), 13, {});
         curve->attach(&plot);
 
         // More markers wanted than present: created.

@@ -3,6 +3,7 @@
 
 #include <QImage>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 namespace {
@@ -133,8 +134,17 @@ void TestDemo::brokenDataEndsWithPositionedMessage()
     const Run run = runDemo({QStringLiteral("--data"), m_dir.path(), QStringLiteral("--screenshot"),
                              m_dir.filePath(QStringLiteral("never.png"))});
     QVERIFY(run.exitCode > 0);
-    QVERIFY2(run.err.contains(QStringLiteral("securities.csv:3:")), qPrintable(run.err));
+    // file:line:column, then the reason.
+    QVERIFY2(run.err.contains(QRegularExpression(QStringLiteral("securities\\.csv:3:[1-9][0-9]*: \\S"))),
+             qPrintable(run.err));
     QVERIFY(!QFile::exists(m_dir.filePath(QStringLiteral("never.png"))));
+
+    // A bad cell is pinned to its own column.
+    TestSupport::writeFile(m_dir.path(), QStringLiteral("securities.csv"),
+                           "sec_id:2,isin_id:1,stock_id:1\n1,1001,abc\n");
+    const Run badCell = runDemo({QStringLiteral("--data"), m_dir.path(), QStringLiteral("--no-live")});
+    QVERIFY(badCell.exitCode > 0);
+    QVERIFY2(badCell.err.contains(QStringLiteral("securities.csv:2:3:")), qPrintable(badCell.err));
 
     const Run missing = runDemo({QStringLiteral("--data"), m_dir.filePath(QStringLiteral("nowhere"))});
     QVERIFY(missing.exitCode > 0);

@@ -15,16 +15,28 @@
 
 namespace {
 
-QVector<QPointF> randomSamples(QRandomGenerator& random, int count, bool withNonFinite)
+// Ascending x with duplicates; now and then a NaN or an infinity, or one sample out of order.
+QVector<QPointF> randomSamples(QRandomGenerator& random, int count)
 {
     QVector<QPointF> samples;
     double x = 100.0;
     for (int i = 0; i < count; ++i) {
-        x += random.bounded(3) == 0 ? 0.0 : random.bounded(1.0); // duplicates on purpose
+        x += random.bounded(3) == 0 ? 0.0 : random.bounded(1.0);
         samples.append(QPointF(x, std::sin(x / 7.0) * 50.0 + random.bounded(10.0)));
     }
-    if (withNonFinite)
+    switch (random.bounded(6)) {
+    case 0:
         samples[random.bounded(count)].setY(std::numeric_limits<double>::quiet_NaN());
+        break;
+    case 1:
+        samples[random.bounded(count)].setX(std::numeric_limits<double>::infinity());
+        break;
+    case 2:
+        std::swap(samples[random.bounded(count)], samples[random.bounded(count)]);
+        break;
+    default:
+        break;
+    }
     return samples;
 }
 
@@ -70,11 +82,21 @@ void TestFastPaths::yExtentMatchesLinearScan()
     for (int round = 0; round < 60; ++round) {
         TestPlot plot;
         const int curves = 1 + random.bounded(3);
-        for (int c = 0; c < curves; ++c)
-            addCurve(&plot, 9 + c, randomSamples(random, 50 + random.bounded(400), random.bounded(4) == 0));
+        QVector<QPointF> first;
+        for (int c = 0; c < curves; ++c) {
+            const QVector<QPointF> samples = randomSamples(random, 50 + random.bounded(400));
+            addCurve(&plot, 9 + c, samples);
+            first = c == 0 ? samples : first;
+        }
         for (int window = 0; window < 10; ++window) {
-            const double lower = 90.0 + random.bounded(200.0);
-            plot.setAxisScale(QwtPlot::xBottom, lower, lower + 0.5 + random.bounded(100.0));
+            double lower = 90.0 + random.bounded(200.0);
+            double upper = lower + 0.5 + random.bounded(100.0);
+            // Ends on a sample, or a hair beyond one, test the scan's fuzzy window test.
+            if (window % 3 == 0) {
+                lower = first.at(random.bounded(first.size() / 2)).x();
+                upper = first.at(first.size() / 2 + random.bounded(first.size() / 2)).x() * (1.0 + 1e-13);
+            }
+            plot.setAxisScale(QwtPlot::xBottom, lower, upper);
             plot.updateAxes();
             const std::pair<double, double> fast = plot.minMaxYAtXRange();
             const std::pair<double, double> linear = plot.minMaxYAtXRangeLinear();
@@ -82,7 +104,7 @@ void TestFastPaths::yExtentMatchesLinearScan()
             QCOMPARE(fast.second, linear.second);
         }
         // Changed samples must not leave a stale index behind.
-        plot.attachedCurves(9).first()->setSamples(randomSamples(random, 100, false));
+        plot.attachedCurves(9).first()->setSamples(randomSamples(random, 100));
         QCOMPARE(plot.minMaxYAtXRange(), plot.minMaxYAtXRangeLinear());
     }
 }

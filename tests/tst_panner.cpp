@@ -1,13 +1,9 @@
 #include "testsupport.h"
-#include "toolfixture.h"
 
-#include <plot2d/pricebased2dplotcurve.h>
 #include <plot2d/pricebased2dplotpanner.h>
 
 #include <qwt_scale_div.h>
 #include <qwt_scale_map.h>
-
-#include <QSignalSpy>
 
 #include <array>
 #include <limits>
@@ -78,7 +74,7 @@ private Q_SLOTS:
     void init()
     {
         m_dir.reset(new QTemporaryDir);
-        QVERIFY(ToolFixture::load(*m_dir, ToolFixture::futureRow("0.01")));
+        QVERIFY(TestSupport::load(*m_dir, TestSupport::futureRow("0.01")));
         m_plot.reset(new TestPlot(true));
         m_plot->resize(640, 480);
         m_plot->show();
@@ -160,16 +156,6 @@ private Q_SLOTS:
         QCOMPARE(m_panner->getShiftUntilValue(0.0, QwtPlot::xBottom, 0, shift), shift * 2 / 3);
         QCOMPARE(m_panner->getShiftUntilValue(0.0, QwtPlot::xBottom, 2, shift),
                  std::numeric_limits<double>::max());
-    }
-
-    void limitedInXFreeInY()
-    {
-        addCurve({{0, 0}, {100, 50}});
-        setView({-1, 19, 10, 20});
-        const View expected = shifted(0, 30);
-        m_panner->moveCanvas(50, 30);
-        QVERIFY(same(view(), expected));
-        QCOMPARE(view()[0], -1.0);
     }
 
     // Flat curves stand for a band of a quarter of the view's height above and below their level.

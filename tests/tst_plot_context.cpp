@@ -1,9 +1,15 @@
-#include "plotfixture.h"
+#include "testsupport.h"
 
 #include <plot2d/dbcommon.h>
+#include <plot2d/pricebased2dplotpanner.h>
+#include <plot2d/pricebased2dplotscaledraw.h>
 #include <plot2d/securitydirectory.h>
 
-using PlotFixture::row;
+#include <qwt_scale_widget.h>
+
+#include <QProcess>
+
+using TestSupport::row;
 
 class TestPlotContext : public QObject
 {
@@ -11,27 +17,131 @@ class TestPlotContext : public QObject
 
     QTemporaryDir m_dir;
 
+public:
+    TestPlotContext()
+    {
+        // The schema check is fatal, so it runs in a child of this binary: build a plot over a
+        // broken schema, which must not return.
+        const QStringList args = QCoreApplication::arguments();
+        if (args.contains(QLatin1String("--no-bid-ask-child"))) {
+            QTemporaryDir dir;
+            TestSupport::load(dir, TestSupport::row({{"sec_id", "1"}}, {"bid", "ask"}), {"bid", "ask"});
+        }
+        if (args.size() > 1 && args.at(1).endsWith(QLatin1String("-child"))) {
+            TestPlot plot(false);
+            ::exit(0);
+        }
+    }
+
+private:
     static int isinOf(const Record& record)
     {
         return record.isNull() ? -1 : record.value(QStringLiteral("isin_id")).toInt();
     }
 
+    // A futures record isin 1 with the given fields, as the plot reads it.
+    Record future(const QMap<QByteArray, QByteArray>& fields)
+    {
+        QMap<QByteArray, QByteArray> values = fields;
+        values.insert("sec_id", "1");
+        values.insert("isin_id", "1");
+        if (!TestSupport::load(m_dir, row(values)))
+            return Record();
+        return SecurityDirectory::i()->recordByIsinId(1, 1);
+    }
+
 private Q_SLOTS:
     void cleanup() { TestSupport::clearData(); }
+
+    void missingColumnsAreFatal_data()
+    {
+        QTest::addColumn<QString>("childArg");
+        QTest::addColumn<QString>("positions");
+        QString all;
+        for (int i = 0; i < 21; ++i)
+            all += QString::number(i) + QLatin1Char(' ');
+        QTest::newRow("bid and ask") << "--no-bid-ask-child"
+                                     << "13 14 ";
+        QTest::newRow("no table") << "--no-table-child" << all;
+    }
+
+    void missingColumnsAreFatal()
+    {
+        QFETCH(QString, childArg);
+        QFETCH(QString, positions);
+        QProcess child;
+        child.start(QCoreApplication::applicationFilePath(), {childArg});
+        QVERIFY(child.waitForFinished(60000));
+        QVERIFY(child.exitStatus() == QProcess::CrashExit || child.exitCode() != 0);
+        const QString err = QString::fromLatin1(child.readAllStandardError());
+        QVERIFY2(
+            err.contains(
+                QStringLiteral("ASSERT failure in CHECK_COLUMNS_FUNC!\nUnsetted struct members found! "
+                               "Members position: %1\nFile ../../../src/plot2d/pricebased2dplot, Line 1170")
+                    .arg(positions)),
+            qPrintable(err));
+    }
+
+    void setUpDecidesTheTools()
+    {
+        QVERIFY(TestSupport::loadSampleData());
+        TestPlot bare(false);
+        QVERIFY(!bare.panner() && !bare.xScaleDraw() && !bare.yScaleDraw() && !bare.scaleEngine());
+        bare.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&bare));
+        bare.axisWidget(QwtPlot::xBottom)->repaint(); // the axis filter has nothing to do
+        QCOMPARE(bare.minimumSizeHint(), QSize(20, 20));
+
+        TestPlot plot;
+        QCOMPARE(plot.panner()->parent(), plot.canvas());
+        QCOMPARE(plot.axisScaleDraw(QwtPlot::xBottom), plot.xScaleDraw());
+        QCOMPARE(plot.axisScaleDraw(QwtPlot::yLeft), plot.yScaleDraw());
+        // The panner's signals are relayed one to one; relaying does not switch the flag.
+        QSignalSpy labels(&plot, &PriceBased2dPlot::updateAxisLabels);
+        QSignalSpy autoScale(&plot, qOverload<bool>(&PriceBased2dPlot::autoScaleEnabled));
+        Q_EMIT plot.panner()->updateLabels();
+        Q_EMIT plot.panner()->autoScaleEnabled(false);
+        QCOMPARE(labels.count(), 1);
+        QCOMPARE(autoScale.count(), 1);
+        QCOMPARE(autoScale.at(0).at(0).toBool(), false);
+        QVERIFY(plot.autoScaleEnabled());
+    }
+
+    void labelsAreUpdatedOnFirstAxisPaint()
+    {
+        QVERIFY(TestSupport::loadSampleData());
+        TestPlot plot;
+        PriceBased2dPlotScaleDraw* draw = plot.xScaleDraw();
+        QVERIFY(!draw->axisPainted());
+        plot.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&plot));
+        QTRY_VERIFY(draw->axisPainted());
+        // Only a paint of the bottom axis trips the flag again once it is cleared.
+        draw->setAxisPainted(false);
+        plot.axisWidget(QwtPlot::yLeft)->repaint();
+        QVERIFY(!draw->axisPainted());
+        plot.axisWidget(QwtPlot::xBottom)->repaint();
+        QVERIFY(draw->axisPainted());
+    }
 
     void nearestExpiringFuture()
     {
         // Key order is index order. Rows 1 to 4 are disqualified (addressed board, expired session,
         // option, other base code); 5 and 6 tie and 5 comes first.
-        const QByteArray rows =
-            row({{"sec_id", "1"}, {"isin_id", "1"}, {"expdate", "2026-01-01"}, {"board_id", "2"}}) +
-            row({{"sec_id", "2"}, {"isin_id", "2"}, {"expdate", "2026-01-02"}, {"sess_id", "0"}}) +
-            row({{"sec_id", "3"}, {"isin_id", "3"}, {"expdate", "2026-01-03"}, {"sectype", "O"}}) +
-            row({{"sec_id", "4"}, {"isin_id", "4"}, {"expdate", "2026-01-04"}, {"base_code", "br"}}) +
-            row({{"sec_id", "5"}, {"isin_id", "5"}, {"expdate", "2026-03-01"}}) +
-            row({{"sec_id", "6"}, {"isin_id", "6"}, {"expdate", "2026-03-01"}}) +
-            row({{"sec_id", "7"}, {"isin_id", "7"}, {"expdate", "2026-06-01"}});
-        QVERIFY(PlotFixture::load(m_dir, rows));
+        const QList<QPair<QByteArray, QByteArray>> rules = {
+            {"board_id", "2"}, {"sess_id", "0"}, {"sectype", "O"}, {"base_code", "br"}, {}, {}, {}};
+        const QByteArray dates[] = {"2026-01-01", "2026-01-02", "2026-01-03", "2026-01-04",
+                                    "2026-03-01", "2026-03-01", "2026-06-01"};
+        QByteArray rows;
+        for (int i = 0; i < rules.size(); ++i) {
+            QMap<QByteArray, QByteArray> values{{"sec_id", QByteArray::number(i + 1)},
+                                                {"isin_id", QByteArray::number(i + 1)},
+                                                {"expdate", dates[i]}};
+            if (!rules[i].first.isEmpty())
+                values.insert(rules[i].first, rules[i].second);
+            rows += row(values);
+        }
+        QVERIFY(TestSupport::load(m_dir, rows));
         TestPlot plot(false);
         QVERIFY(plot.getFuture().isNull());
         plot.setBaseCode(QStringLiteral("BR"));
@@ -54,18 +164,17 @@ private Q_SLOTS:
         QTest::addColumn<double>("min");
         QTest::addColumn<double>("max");
         QTest::addColumn<double>("expected");
-        QTest::newRow("real") << QByteArray("74.5") << QByteArray("74.35") << QByteArray("74.1") << 50.0
-                              << 100.0 << 74.5;
-        QTest::newRow("present zero")
-            << QByteArray("0") << QByteArray("74.35") << QByteArray() << 50.0 << 100.0 << 0.0;
-        QTest::newRow("current") << QByteArray() << QByteArray("74.35") << QByteArray("74.1") << 50.0 << 100.0
-                                 << 74.35;
-        QTest::newRow("old") << QByteArray() << QByteArray() << QByteArray("74.1") << 50.0 << 100.0 << 74.1;
-        QTest::newRow("middle") << QByteArray() << QByteArray() << QByteArray() << 100.0 << 110.0 << 105.0;
-        QTest::newRow("empty interval")
-            << QByteArray("74.5") << QByteArray() << QByteArray() << 1.0 << -1.0 << 0.0;
-        QTest::newRow("flat interval")
-            << QByteArray("74.5") << QByteArray() << QByteArray() << 80.0 << 80.0 << 0.0;
+        const auto add = [](const char* tag, const char* real, const char* cur, const char* old, double min,
+                            double max, double expected) {
+            QTest::newRow(tag) << QByteArray(real) << QByteArray(cur) << QByteArray(old) << min << max
+                               << expected;
+        };
+        add("real", "74.5", "74.35", "74.1", 50, 100, 74.5);
+        add("present zero", "0", "74.35", "", 50, 100, 0);
+        add("current", "", "74.35", "74.1", 50, 100, 74.35);
+        add("old", "", "", "74.1", 50, 100, 74.1);
+        add("middle", "", "", "", 100, 110, 105);
+        add("empty interval", "74.5", "", "", 1, -1, 0);
     }
 
     void quoteOrder()
@@ -76,18 +185,13 @@ private Q_SLOTS:
         QFETCH(double, min);
         QFETCH(double, max);
         QFETCH(double, expected);
-        QVERIFY(PlotFixture::load(m_dir, row({{"sec_id", "1"},
-                                              {"isin_id", "1"},
-                                              {"cur_kotir_real", real},
-                                              {"cur_kotir", cur},
-                                              {"old_kotir", old}})));
+        const Record record = future({{"cur_kotir_real", real}, {"cur_kotir", cur}, {"old_kotir", old}});
         TestPlot plot(false);
         PriceInterval interval;
         interval.min = min;
         interval.max = max;
         plot.setPriceInterval(interval);
-        const decimal kotir = plot.getKotirFromFutureRecord(SecurityDirectory::i()->recordByIsinId(1, 1));
-        QCOMPARE(kotir.toDouble(), expected);
+        QCOMPARE(plot.getKotirFromFutureRecord(record).toDouble(), expected);
     }
 
     void volatilityBounds_data()
@@ -97,18 +201,16 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("high");
         QTest::addColumn<double>("expectedLow");
         QTest::addColumn<double>("expectedHigh");
-        const double dMin = gc_dVolatMinDefault;
-        const double dMax = gc_dVolatMaxDefault;
-        QTest::newRow("option") << QByteArray("O") << QByteArray("0.3") << QByteArray("0.4") << dMin << dMax;
-        QTest::newRow("inverted, swapped")
-            << QByteArray("F") << QByteArray("0.3") << QByteArray("0.2") << 0.2 << 0.3;
-        QTest::newRow("high below default")
-            << QByteArray("F") << QByteArray("0.3") << QByteArray("0.001") << 0.3 << 0.3;
-        QTest::newRow("low above default")
-            << QByteArray("F") << QByteArray("5") << QByteArray("0.3") << 5.0 << 5.0;
-        QTest::newRow("zero low") << QByteArray("F") << QByteArray("0") << QByteArray("0.45")
-                                  << std::max(dMin, 0.00001) << 0.45;
-        QTest::newRow("zero high") << QByteArray("F") << QByteArray("0.3") << QByteArray("0") << 0.3 << dMax;
+        const auto add = [](const char* tag, const char* type, const char* low, const char* high, double l,
+                            double h) {
+            QTest::newRow(tag) << QByteArray(type) << QByteArray(low) << QByteArray(high) << l << h;
+        };
+        add("option", "O", "0.3", "0.4", gc_dVolatMinDefault, gc_dVolatMaxDefault);
+        add("inverted, swapped", "F", "0.3", "0.2", 0.2, 0.3);
+        add("high below default", "F", "0.3", "0.001", 0.3, 0.3);
+        add("low above default", "F", "5", "0.3", 5.0, 5.0);
+        add("zero low", "F", "0", "0.45", std::max(gc_dVolatMinDefault, 0.00001), 0.45);
+        add("zero high", "F", "0.3", "0", 0.3, gc_dVolatMaxDefault);
     }
 
     void volatilityBounds()
@@ -118,16 +220,9 @@ private Q_SLOTS:
         QFETCH(QByteArray, high);
         QFETCH(double, expectedLow);
         QFETCH(double, expectedHigh);
-        QVERIFY(PlotFixture::load(m_dir, row({{"sec_id", "1"},
-                                              {"isin_id", "1"},
-                                              {"sectype", sectype},
-                                              {"volat_min", low},
-                                              {"volat_max", high}})));
+        const Record record = future({{"sectype", sectype}, {"volat_min", low}, {"volat_max", high}});
         TestPlot plot(false);
-        const std::pair<double, double> bounds =
-            plot.volatMinMax(SecurityDirectory::i()->recordByIsinId(1, 1));
-        QCOMPARE(bounds.first, expectedLow);
-        QCOMPARE(bounds.second, expectedHigh);
+        QCOMPARE(plot.volatMinMax(record), std::make_pair(expectedLow, expectedHigh));
     }
 };
 

@@ -1,0 +1,360 @@
+#include "testsupport.h"
+
+namespace {
+
+const QByteArray s_header =
+    "sec_id:2,sectype:5:1,base_code:5:20,strike:4:5,sess_id:1,board_id:1,fut_isin_id:1,"
+    "expdate:6,option_type:5:1\n";
+
+QList<double> strikes(const StrikeByBaseCodeModel& model)
+{
+    QList<double> result;
+    for (int row = 0; row < model.rowCount(); ++row)
+        result.append(model.strike(row).toDouble());
+    return result;
+}
+
+// Every row as text, in master-index order, for before/after comparisons.
+QStringList dump(const Table* table)
+{
+    QStringList lines;
+    if (!table)
+        return lines;
+    const QList<Record> rows = table->masterIndex();
+    for (const Record& row : rows) {
+        QStringList cells;
+        for (int column = 0; column < table->columnCount(); ++column) {
+            bool has = false;
+            const Field field = table->dataPtr(row, column, &has);
+            cells.append(has ? field.toString() : QStringLiteral("<null>"));
+        }
+        lines.append(cells.join(QLatin1Char('|')));
+    }
+    return lines;
+}
+
+QStringList keys(const QList<Record>& rows)
+{
+    QStringList result;
+    for (const Record& row : rows)
+        result.append(row.value(0).toString());
+    return result;
+}
+
+const QByteArray s_quotes = "key:2,name:5:12,price:4:2,moment:6\n"
+                            "30,c,1.5,2024-01-03\n"
+                            "10,a,0.25,2024.01.01 09:00:00.000\n"
+                            "20,\"b, quoted\",,2024-01-02 10:00:00\n";
+
+} // namespace
+
+class TestPlatform : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+    DataStore* store() const { return ICore::instance()->dataStore(); }
+
+    Table* load(const QByteArray& content, const QString& name = QStringLiteral("quotes"))
+    {
+        return TestSupport::loadTable(m_dir, name, content);
+    }
+    Table* loadOptions(const QByteArray& rows)
+    {
+        return TestSupport::loadTable(m_dir, QStringLiteral("options"), s_header + rows);
+    }
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY(m_dir.isValid()); }
+    void cleanup() { TestSupport::clearData(); }
+
+    void loadCsvCreatesTable()
+    {
+        QSignalSpy added(store(), &DataStore::tableAdded);
+        Table* table = load(s_quotes);
+        QVERIFY(table);
+        QCOMPARE(added.count(), 1);
+        QCOMPARE(store()->table(QStringLiteral("quotes")), table);
+        QCOMPARE(table->columnIndex(QStringLiteral("price")), 2);
+        QCOMPARE(table->columnIndex(QStringLiteral("absent")), -1);
+        QCOMPARE(dump(table), QStringList({"10|a|0.25|2024-01-01 09:00:00.000",
+                                           "20|b, quoted|<null>|2024-01-02 10:00:00.000",
+                                           "30|c|1.50|2024-01-03 00:00:00.000"}));
+        // A quoted empty cell is an empty text, an unquoted one a null field.
+        Table* empty = load("key:1,t:5:4\n1,\"\"\n2,\n3,\"a\"\"b\"\n", QStringLiteral("empty"));
+        QVERIFY(empty);
+        QCOMPARE(dump(empty), QStringList({"1|", "2|<null>", "3|a\"b"}));
+    }
+
+    void loadCsvErrorsChangeNothing_data()
+    {
+        // A row replacing key 10 precedes the faulty line: a late error must not have applied it.
+        const QByteArray head = "key:2,name:5:12,price:4:2,moment:6\n10,changed,9.99,\n";
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("position");
+        QTest::addColumn<bool>("failsForNewName");
+        QTest::newRow("bad header") << QByteArray("key:2,name\n1,a\n") << ":1:2: " << true;
+        QTest::newRow("duplicate column") << QByteArray("key:2,a:1,a:1\n") << ":1:3: " << true;
+        QTest::newRow("columns differ")
+            << QByteArray("key:2,name:5:12,price:4:3,moment:6\n10,x,1,\n") << ":1:3: " << false;
+        QTest::newRow("too few cells") << QByteArray(head + "\n40,d,1\n") << ":4:4: " << true;
+        QTest::newRow("bad decimal") << QByteArray(head + "40,d,1.234,\n") << ":3:3: " << true;
+        QTest::newRow("bad datetime") << QByteArray(head + "40,d,1,03.01.2024\n") << ":3:4: " << true;
+        QTest::newRow("text too long") << QByteArray(head + "40,thirteen char,1,\n") << ":3:2: " << true;
+        QTest::newRow("bad key") << QByteArray(head + "4x,d,1,\n") << ":3:1: " << true;
+        QTest::newRow("unterminated quote") << QByteArray(head + "40,\"d,1,\n") << ":3:2: " << true;
+    }
+    void loadCsvErrorsChangeNothing()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, position);
+        QFETCH(bool, failsForNewName);
+        Table* table = load(s_quotes);
+        QVERIFY(table);
+        const QStringList before = dump(table);
+        QSignalSpy inserted(table, &Table::rowsInserted);
+        QSignalSpy changed(table, &Table::rowsChanged);
+        QSignalSpy added(store(), &DataStore::tableAdded);
+
+        const QString path = TestSupport::writeFile(m_dir.path(), QStringLiteral("bad.csv"), content);
+        QString error;
+        QVERIFY(!store()->loadCsv(QStringLiteral("quotes"), path, &error));
+        QVERIFY2(error.startsWith(path + position), qPrintable(error));
+        QCOMPARE(dump(table), before);
+        QCOMPARE(inserted.count(), 0);
+        QCOMPARE(changed.count(), 0);
+        QCOMPARE(added.count(), 0);
+
+        QCOMPARE(store()->loadCsv(QStringLiteral("fresh"), path) == nullptr, failsForNewName);
+        QCOMPARE(store()->tableNames().contains(QStringLiteral("fresh")), !failsForNewName);
+
+        const QString absent = m_dir.filePath(QStringLiteral("absent.csv"));
+        QVERIFY(!store()->loadCsv(QStringLiteral("absent"), absent, &error));
+        QVERIFY2(error.startsWith(absent + QStringLiteral(":1:1: ")), qPrintable(error));
+    }
+
+    void reloadReplacesRowInPlace()
+    {
+        Table* table = load(s_quotes);
+        QVERIFY(table);
+        const Record handle = table->find(20);
+        QSignalSpy inserted(table, &Table::rowsInserted);
+        QSignalSpy changed(table, &Table::rowsChanged);
+        QSignalSpy removed(table, &Table::rowsRemoved);
+
+        QCOMPARE(load("key:2,name:5:12,price:4:2,moment:6\n20,b2,7.25,\n"), table);
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(inserted.count(), 0);
+        QCOMPARE(removed.count(), 0);
+        QCOMPARE(keys(changed.at(0).at(0).value<QList<Record>>()), QStringList({"20"}));
+        // The handle taken before the reload sees the new values, the null included.
+        QCOMPARE(table->dataPtr(handle, 1).toString(), QStringLiteral("b2"));
+        QCOMPARE(table->dataPtr(handle, 2).toDecimal(), decimal(725, 2));
+        QVERIFY(table->dataPtr(handle, 3).isNull());
+        QCOMPARE(table->rowCount(), 3);
+
+        // New and replaced rows together: one announcement per kind.
+        QVERIFY(load("key:2,name:5:12,price:4:2,moment:6\n5,x,,\n10,y,,\n50,z,,\n"));
+        QCOMPARE(inserted.count(), 1);
+        QCOMPARE(keys(inserted.at(0).at(0).value<QList<Record>>()), QStringList({"5", "50"}));
+        QCOMPARE(changed.count(), 2);
+        QCOMPARE(keys(changed.at(1).at(0).value<QList<Record>>()), QStringList({"10"}));
+    }
+
+    void insertAndRemoveSignalRows()
+    {
+        Table* table = load(s_quotes);
+        QVERIFY(table);
+        QSignalSpy inserted(table, &Table::rowsInserted);
+        QSignalSpy removed(table, &Table::rowsRemoved);
+
+        Record fresh = table->newRecord();
+        QVERIFY(fresh.setValue(QStringLiteral("key"), 15));
+        QVERIFY(fresh.setValue(QStringLiteral("name"), QStringLiteral("n")));
+        QVERIFY(!fresh.setValue(QStringLiteral("name"), QStringLiteral("much too long")));
+        QVERIFY(!fresh.setValue(QStringLiteral("price"), QStringLiteral("abc")));
+        const Record stored = table->insert(fresh);
+        QVERIFY(stored.isAttached());
+        QCOMPARE(inserted.count(), 1);
+        QCOMPARE(keys(table->masterIndex()), QStringList({"10", "15", "20", "30"}));
+        // Stored rows change only through insert, so that every change is announced.
+        QVERIFY(!Record(stored).setValue(1, QStringLiteral("m")));
+
+        QVERIFY(table->insert(table->newRecord()).isNull()); // no key
+        Table other(QStringLiteral("other"), table->fieldDefs());
+        Record foreign = other.newRecord();
+        foreign.setValue(0, 99);
+        QVERIFY(table->insert(foreign).isNull());
+        QCOMPARE(inserted.count(), 1);
+
+        QVERIFY(table->remove(stored));
+        QVERIFY(!stored.isAttached());
+        QVERIFY(!table->removeByKey(15));
+        QVERIFY(table->removeByKey(30));
+        QCOMPARE(removed.count(), 2);
+        QCOMPARE(keys(removed.at(1).at(0).value<QList<Record>>()), QStringList({"30"}));
+        QCOMPARE(keys(table->masterIndex()), QStringList({"10", "20"}));
+
+        // Fields of another table's record, or of unknown columns, are invalid.
+        bool has = true;
+        QVERIFY(!table->dataPtr(foreign, 0, &has).isValid());
+        QVERIFY(!has);
+    }
+
+    void directoriesOverSampleData()
+    {
+        QString error;
+        QVERIFY2(TestSupport::loadSampleData(&error), qPrintable(error));
+        const Table* securities = ICore::instance()->dataStore()->table(QStringLiteral("securities"));
+        QVERIFY(securities);
+        QCOMPARE(securities->rowCount(), 3 + 41 * 2);
+
+        const Record future = SecurityDirectory::i()->recordByIsinId(1001, 1);
+        QVERIFY(future);
+        QCOMPARE(future.value(QStringLiteral("sec_code")).toString(), QStringLiteral("BR-1.27"));
+        QVERIFY(!SecurityDirectory::i()->recordByIsinId(1001, 2));
+        QVERIFY(!SecurityDirectory::i()->recordByIsinId(4242, 1));
+        QCOMPARE(SecurityDirectory::i()->decimalsById(1, 2, 1001), -1);
+
+        QVERIFY(BoardDirectory::i()->isAnonymById(1, 1));
+        QVERIFY(!BoardDirectory::i()->isAnonymById(1, 2));
+
+        // The directories look the tables up on each call: a cleared store knows nothing.
+        TestSupport::clearData();
+        QVERIFY(!SecurityDirectory::i()->recordByIsinId(1001, 1));
+        QCOMPARE(SecurityDirectory::i()->decimalsById(1, 1, 1001), -1);
+        QVERIFY(!BoardDirectory::i()->isAnonymById(1, 1));
+    }
+
+    void decimalsOfPriceStep_data()
+    {
+        QTest::addColumn<QByteArray>("step");
+        QTest::addColumn<int>("decimals");
+        QTest::newRow("hundredth") << QByteArray("0.01") << 2;
+        QTest::newRow("half") << QByteArray("0.5") << 1;
+        QTest::newRow("trailing zeros written") << QByteArray("0.02500") << 3;
+        QTest::newRow("none") << QByteArray() << -1;
+    }
+    void decimalsOfPriceStep()
+    {
+        QFETCH(QByteArray, step);
+        QFETCH(int, decimals);
+        const QString path =
+            TestSupport::writeFile(m_dir.path(), QStringLiteral("securities.csv"),
+                                   "sec_id:2,stock_id:1,board_id:1,price_step:4:5\n7,1,3," + step + "\n");
+        QVERIFY(ICore::instance()->dataStore()->loadCsv(QStringLiteral("securities"), path));
+        QCOMPARE(SecurityDirectory::i()->decimalsById(1, 3, 7), decimals);
+    }
+
+    void strikeModelFollowsTable()
+    {
+        Table* table = loadOptions("1,O,BR,100,5,1,9,2027-01-25,C\n"
+                                   "2,O,BR,110,5,1,9,2027-01-25,C\n"
+                                   "3,O,BR,120,5,1,9,2027-01-25,C\n"
+                                   "4,O,BR,130,0,1,9,2026-12-25,C\n" // expired series
+                                   "5,O,SI,105,5,1,9,2027-01-25,C\n" // another base code
+                                   "6,F,BR,,5,1,,2027-01-29,\n");
+        QVERIFY(table);
+        StrikeByBaseCodeModel model(table);
+        model.setBaseCode(QStringLiteral("BR"));
+        QCOMPARE(strikes(model), QList<double>({100, 110, 120}));
+        QCOMPARE(model.minStep(), 10.0);
+        QSignalSpy inserted(&model, &QAbstractItemModel::rowsInserted);
+        QSignalSpy removed(&model, &QAbstractItemModel::rowsRemoved);
+        QSignalSpy reset(&model, &QAbstractItemModel::modelReset);
+
+        // A new strike arrives as one insertion at its place; a second option on a known strike
+        // changes nothing.
+        QVERIFY(loadOptions("7,O,BR,105,5,1,9,2027-01-25,P\n8,O,BR,110,5,1,9,2027-01-25,P\n"));
+        QCOMPARE(strikes(model), QList<double>({100, 105, 110, 120}));
+        QCOMPARE(inserted.count(), 1);
+        QCOMPARE(inserted.at(0).at(1).toInt(), 1);
+        QCOMPARE(inserted.at(0).at(2).toInt(), 1);
+        QCOMPARE(model.minStep(), 5.0);
+
+        // Removing one of two options of a strike keeps it; removing the last one drops it.
+        QVERIFY(table->removeByKey(2));
+        QCOMPARE(removed.count(), 0);
+        QCOMPARE(model.record(model.index(2, 0)).value(0).toLongLong(), 8LL);
+        QVERIFY(table->removeByKey(8));
+        QCOMPARE(removed.count(), 1);
+        QCOMPARE(removed.at(0).at(1).toInt(), 2);
+        QCOMPARE(strikes(model), QList<double>({100, 105, 120}));
+
+        // A strike moving past others changes the order: a reset.
+        QVERIFY(loadOptions("1,O,BR,125,5,1,9,2027-01-25,C\n"));
+        QCOMPARE(strikes(model), QList<double>({105, 120, 125}));
+        QCOMPARE(reset.count(), 1);
+        QCOMPARE(inserted.count(), 1);
+        QCOMPARE(removed.count(), 1);
+
+        model.sort(0, Qt::DescendingOrder);
+        QCOMPARE(reset.count(), 2);
+        QCOMPARE(strikes(model), QList<double>({125, 120, 105}));
+        QCOMPARE(model.minStep(), 5.0);
+        QVERIFY(loadOptions("9,O,BR,110,5,1,9,2027-01-25,C\n"));
+        QCOMPARE(strikes(model), QList<double>({125, 120, 110, 105}));
+        QCOMPARE(inserted.count(), 2);
+        QCOMPARE(inserted.at(1).at(1).toInt(), 2);
+
+        table->clear();
+        QCOMPARE(model.rowCount(), 0);
+        QCOMPARE(removed.count(), 2);
+        QCOMPARE(model.minStep(), 0.0);
+    }
+
+    void maxSessionFilter_data()
+    {
+        QTest::addColumn<FilterParams>("filter");
+        QTest::addColumn<QList<double>>("expected");
+        QTest::addColumn<int>("newerSessionRows");
+        FilterParams any;
+        FilterParams board;
+        board.boardId = 2;
+        FilterParams future;
+        future.futIsinId = 8;
+        FilterParams puts;
+        puts.optionType = 'P';
+        FilterParams nothing;
+        nothing.expDate = 20270125; // the older session's expiry
+        QTest::newRow("no filter") << any << QList<double>({60, 65, 70, 75, 80}) << 1;
+        QTest::newRow("board") << board << QList<double>({75, 80}) << 1;
+        QTest::newRow("futures") << future << QList<double>({60, 65, 70}) << 1;
+        QTest::newRow("puts") << puts << QList<double>({65, 80}) << 1;
+        QTest::newRow("older session only") << nothing << QList<double>() << 0;
+    }
+    void maxSessionFilter()
+    {
+        QFETCH(FilterParams, filter);
+        QFETCH(QList<double>, expected);
+        QFETCH(int, newerSessionRows);
+        Table* table = loadOptions("1,O,BR,50,5,1,7,2027-01-25,C\n"
+                                   "2,O,BR,55,5,1,7,2027-01-25,P\n"
+                                   "3,O,BR,60,6,1,8,2027-02-25,C\n"
+                                   "4,O,BR,65,6,1,8,2027-02-25,P\n"
+                                   "5,O,BR,70,6,1,8,2027-02-25 18:50:00,C\n"
+                                   "6,O,BR,75,6,2,9,2027-02-25,C\n"
+                                   "7,O,BR,80,6,2,9,2027-03-25,P\n"
+                                   "8,O,SI,90,8,1,5,2027-02-25,C\n");
+        QVERIFY(table);
+        StrikeByMaxSessionModel model(table);
+        model.setBaseCode(QStringLiteral("BR"));
+        QCOMPARE(model.maxSession(), 6);
+        model.setFilterParams(filter);
+        QCOMPARE(strikes(model), expected);
+        QSignalSpy reset(&model, &QAbstractItemModel::modelReset);
+        QSignalSpy inserted(&model, &QAbstractItemModel::rowsInserted);
+        QSignalSpy removed(&model, &QAbstractItemModel::rowsRemoved);
+        model.setFilterParams(filter);
+        QCOMPARE(reset.count() + inserted.count() + removed.count(), 0);
+
+        // A newer session replaces the strikes shown.
+        QVERIFY(loadOptions("9,O,BR,100,7,1,8,2027-02-25,C\n10,O,BR,100,7,2,9,2027-02-25,P\n"));
+        QCOMPARE(model.maxSession(), 7);
+        QCOMPARE(model.rowCount(), newerSessionRows);
+    }
+};
+
+PLOT2D_TEST_MAIN(TestPlatform)
+#include "tst_platform.moc"

@@ -1027,10 +1027,5 @@ void PriceBased2dPlot::refreshAfterDrag(const QPointF& pos)
     m_xScaleDraw->updateLabels();
     m_yScaleDraw->updateLabels();
     replot();
-    m_xScaleDraw->updateLabels();
-    replot();
-    invalidateScaleDrawCache(m_xScaleDraw);
-    updateAxes();
-    replot();
-    axisWidget(QwtPlot::xBottom)->update();
+    updateAxisWidgets();
 }

@@ -250,7 +250,8 @@ bool PriceBased2dPlotPointManager::framingStrikes(double lo, double hi, decimal*
 QList<double> PriceBased2dPlotPointManager::refinedPoints(const QList<double>& strikePoints, double first,
                                                           double last, double step)
 {
-    const int k = static_cast<int>(std::trunc((last - first) / step - 1.0));
+    // Kept as a double: a tiny step must not overflow an int before the test below.
+    const double k = std::trunc((last - first) / step - 1.0);
     if (k >= TargetPointCount)
         return strikePoints;
 

@@ -294,9 +294,9 @@ bool loadTables()
                          "0.45,\n");
     }
     QString error;
-    loaded = store->loadCsv(QStringLiteral("boards"), dir.filePath(QStringLiteral("boards.csv")), &error)
-             && store->loadCsv(QStringLiteral("securities"), dir.filePath(QStringLiteral("securities.csv")),
-                               &error);
+    loaded =
+        store->loadCsv(QStringLiteral("boards"), dir.filePath(QStringLiteral("boards.csv")), &error) &&
+        store->loadCsv(QStringLiteral("securities"), dir.filePath(QStringLiteral("securities.csv")), &error);
     if (!loaded)
         qWarning("plot2d-bench: %s", qPrintable(error));
     return loaded;

@@ -29,8 +29,9 @@ int main(int argc, char* argv[])
     const QDir dir(QString::fromLocal8Bit(argv[1]));
     DataStore* store = ICore::instance()->dataStore();
     QString error;
-    if (!store->loadCsv(QStringLiteral("boards"), dir.filePath(QStringLiteral("boards.csv")), &error)
-        || !store->loadCsv(QStringLiteral("securities"), dir.filePath(QStringLiteral("securities.csv")), &error)) {
+    if (!store->loadCsv(QStringLiteral("boards"), dir.filePath(QStringLiteral("boards.csv")), &error) ||
+        !store->loadCsv(QStringLiteral("securities"), dir.filePath(QStringLiteral("securities.csv")),
+                        &error)) {
         err << error << '\n';
         return 1;
     }

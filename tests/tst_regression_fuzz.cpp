@@ -70,6 +70,22 @@ private Q_SLOTS:
     // A quote from a broken feed, far outside the price axis but below the magnitude at which
     // labels give up: its label rectangle lies beyond int pixel range and must not overflow when
     // the labels are thinned (caught by UBSan in the sanitizer build).
+    // A non-finite step reached Qwt's tick builder, which then grew a tick list without end.
+    void nonFiniteStepIsRefused()
+    {
+        TestPlot plot(true);
+        plot.resize(480, 320);
+        for (int axis : {int(QwtPlot::xBottom), int(QwtPlot::yLeft)}) {
+            plot.setAxisScale(axis, 10.0, 20.0);
+            plot.replot();
+            for (double step : {qInf(), -qInf(), qQNaN()}) {
+                plot.setAxisScale(axis, 0.0, 1.0, step);
+                plot.replot();
+                QCOMPARE(plot.axisInterval(axis).minValue(), 10.0);
+                QCOMPARE(plot.axisInterval(axis).maxValue(), 20.0);
+            }
+        }
+    }
     void quoteFarOutsideTheAxis_data()
     {
         QTest::addColumn<double>("quote");

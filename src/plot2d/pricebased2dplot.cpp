@@ -678,7 +678,8 @@ void PriceBased2dPlot::setAxisScale(int axisId, double min, double max, double s
 {
     if (axisId != QwtPlot::yLeft && axisId != QwtPlot::xBottom)
         return;
-    if (!isFinite(min) || !isFinite(max) || min > max)
+    // A non-finite step would make Qwt build ticks without end: refused like non-finite bounds.
+    if (!isFinite(min) || !isFinite(max) || min > max || !isFinite(step))
         return;
 
     // A flat X range is refused while a flat Y range is widened: the asymmetry is intended.

@@ -299,51 +299,48 @@ private Q_SLOTS:
         QCOMPARE(spy.count(), 2);
     }
 
-    void calcPlotPointsModes_data()
+    void calcPlotPoints_data()
     {
         QTest::addColumn<double>("lo");
         QTest::addColumn<double>("hi");
+        QTest::addColumn<bool>("refine");
         QTest::addColumn<int>("count");
 
         // 11 strikes plus m inner points in each strike interval between the framing strikes.
-        QTest::newRow("framed by 130 and 190") << 140.0 << 180.0 << 11 + 6 * 17;
-        QTest::newRow("framed by 130 and 150") << 140.0 << 141.5 << 11 + 2 * 50;
+        QTest::newRow("framed by 130 and 190") << 140.0 << 180.0 << false << 11 + 6 * 17;
+        QTest::newRow("framed by 130 and 150") << 140.0 << 141.5 << false << 11 + 2 * 50;
         // Fine mode: every price step of the strike range.
-        QTest::newRow("a hundred price steps") << 140.0 << 141.0 << 10001;
+        QTest::newRow("a hundred price steps") << 140.0 << 141.0 << false << 10001;
         // Beyond the strikes: ten inner points cut each strike interval into eleven parts.
-        QTest::newRow("whole range") << 0.0 << 1000.0 << 111;
+        QTest::newRow("whole range") << 0.0 << 1000.0 << false << 111;
+        // Beside the strikes the points come only on request.
+        QTest::newRow("beside, not asked") << 300.0 << 400.0 << false << 0;
+        QTest::newRow("beside, asked") << 300.0 << 400.0 << true << 111;
     }
 
-    void calcPlotPointsModes()
+    void calcPlotPoints()
     {
         QFETCH(double, lo);
         QFETCH(double, hi);
+        QFETCH(bool, refine);
         QFETCH(int, count);
         QVERIFY(setUpManager(TestSupport::optionRows(100, TestSupport::strikeRange(100, 200, 10))));
         m_manager->updatePriceInterval();
-        QVERIFY(m_manager->interval() == makeInterval(100, 200, 10));
         QVERIFY(setVisibleX(lo, hi));
 
-        const QList<double> points = m_manager->calcPlotPoints(false);
+        const QList<double> points = m_manager->calcPlotPoints(refine);
         QCOMPARE(points.size(), count);
-        QCOMPARE(points.first(), 100.0);
-        QVERIFY(closeTo(points.last(), 200.0));
+        const bool beyondStrikes = lo < 100.0 || lo > 200.0;
+        for (int i = 0; beyondStrikes && i < count; ++i)
+            QVERIFY(closeTo(points.at(i), 100.0 + (i / 11) * 10.0 + (i % 11) * 10.0 / 11.0));
+        if (count > 0) {
+            QCOMPARE(points.first(), 100.0);
+            QVERIFY(closeTo(points.last(), 200.0));
+        }
         for (int i = 1; i < points.size(); ++i)
             QVERIFY(points.at(i - 1) < points.at(i));
-    }
 
-    void refinedPointsAndRefusals()
-    {
-        QVERIFY(setUpManager(TestSupport::optionRows(100, TestSupport::strikeRange(100, 200, 10))));
-        m_manager->updatePriceInterval();
-        // Beside the strikes the points come only on request.
-        QVERIFY(setVisibleX(300, 400));
-        QVERIFY(m_manager->calcPlotPoints(false).isEmpty());
-        const QList<double> points = m_manager->calcPlotPoints(true);
-        QCOMPARE(points.size(), 111);
-        for (int i = 0; i < 110; ++i)
-            QVERIFY(closeTo(points.at(i), 100.0 + (i / 11) * 10.0 + (i % 11) * 10.0 / 11.0));
-
+        // Descending strikes or an empty interval give no points.
         m_manager->model()->sort(0, Qt::DescendingOrder);
         m_plot->setPriceInterval(makeInterval(100, 200, 10));
         QVERIFY(m_manager->calcPlotPoints(true).isEmpty());

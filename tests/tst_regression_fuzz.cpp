@@ -67,9 +67,6 @@ private Q_SLOTS:
         QCOMPARE(visibility.count(), 1);
     }
 
-    // A quote from a broken feed, far outside the price axis but below the magnitude at which
-    // labels give up: its label rectangle lies beyond int pixel range and must not overflow when
-    // the labels are thinned (caught by UBSan in the sanitizer build).
     // A non-finite step reached Qwt's tick builder, which then grew a tick list without end.
     void nonFiniteStepIsRefused()
     {
@@ -86,6 +83,29 @@ private Q_SLOTS:
             }
         }
     }
+    // A flat Y request at a magnitude where widening by one unit changes nothing used to reach
+    // Qwt as a flat range, which left the axis empty ([0, 0]) after the next replot.
+    void flatYRangeTooLargeToWiden()
+    {
+        TestPlot plot(true);
+        plot.resize(480, 320);
+        plot.setAxisScale(QwtPlot::yLeft, 10.0, 20.0);
+        plot.replot();
+        for (double value : {std::numeric_limits<double>::max(), 1e17, -1e300}) {
+            plot.setAxisScale(QwtPlot::yLeft, value, value);
+            plot.replot();
+            QCOMPARE(plot.axisInterval(QwtPlot::yLeft).minValue(), 10.0);
+            QCOMPARE(plot.axisInterval(QwtPlot::yLeft).maxValue(), 20.0);
+        }
+        plot.setAxisScale(QwtPlot::yLeft, 1e15, 1e15);
+        plot.replot();
+        QCOMPARE(plot.axisInterval(QwtPlot::yLeft).minValue(), 1e15 - 1.0);
+        QCOMPARE(plot.axisInterval(QwtPlot::yLeft).maxValue(), 1e15 + 1.0);
+    }
+
+    // A quote from a broken feed, far outside the price axis but below the magnitude at which
+    // labels give up: its label rectangle lies beyond int pixel range and must not overflow when
+    // the labels are thinned (caught by UBSan in the sanitizer build).
     void quoteFarOutsideTheAxis_data()
     {
         QTest::addColumn<double>("quote");

@@ -693,9 +693,11 @@ void PriceBased2dPlot::setAxisScale(int axisId, double min, double max, double s
     if (commonFuzzyCompare(min, max)) {
         min -= 1.0;
         max += 1.0;
-    } else if (!(max - min > MinYSpan)) {
-        return;
     }
+    // Also catches a flat range too large for the one-unit widening to open (1e17 +- 1 is 1e17),
+    // which Qwt would turn into an empty axis.
+    if (!(max - min > MinYSpan))
+        return;
     QwtPlot::setAxisScale(QwtPlot::yLeft, min, max, step);
 }
 

@@ -4,6 +4,7 @@
 #include <plot2d/pricebased2dplotcurve.h>
 #include <plot2d/pricebased2dplotlegend.h>
 #include <plot2d/pricebased2dplotscaledraw.h>
+#include <plot2d/pricebased2dplotscaleengine.h>
 
 #include <QDataStream>
 #include <QImage>
@@ -83,6 +84,20 @@ private Q_SLOTS:
             }
         }
     }
+    // The price axis engine called directly with a NaN step or bound: Qwt's minor tick loop ran on
+    // until memory ran out. Nothing can be divided, so the division is empty.
+    void engineRefusesNonFiniteDivision()
+    {
+        TestPlot plot(true);
+        PriceBased2dPlotScaleEngine* engine = plot.scaleEngine();
+        for (double bad : {qQNaN(), qInf(), -qInf()}) {
+            QVERIFY(engine->divideScale(1e-284, 5e-305, 5, 5, bad).isEmpty());
+            QVERIFY(engine->divideScale(bad, 10.0, 5, 5).isEmpty());
+            QVERIFY(engine->divideScale(0.0, bad, 5, 5).isEmpty());
+        }
+        QCOMPARE(engine->divideScale(0.0, 10.0, 5, 5).interval(), QwtInterval(0.0, 10.0));
+    }
+
     // A flat Y request at a magnitude where widening by one unit changes nothing used to reach
     // Qwt as a flat range, which left the axis empty ([0, 0]) after the next replot.
     void flatYRangeTooLargeToWiden()

@@ -31,6 +31,9 @@ PriceBased2dPlotScaleEngine::~PriceBased2dPlotScaleEngine() = default;
 QwtScaleDiv PriceBased2dPlotScaleEngine::divideScale(double x1, double x2, int maxMajorSteps,
                                                      int maxMinorSteps, double stepSize) const
 {
+    // Qwt builds minor ticks without end from a NaN or infinite step or bound: nothing to divide.
+    if (!std::isfinite(x1) || !std::isfinite(x2) || !std::isfinite(stepSize))
+        return QwtScaleDiv();
     QwtScaleDiv div = QwtLinearScaleEngine::divideScale(x1, x2, maxMajorSteps, maxMinorSteps, stepSize);
     if (m_axis == 0 && m_plot && !m_plot->autoScaleEnabled() && m_scaleDraw)
         div = stabilized(div, x1, x2, maxMajorSteps, maxMinorSteps, stepSize);

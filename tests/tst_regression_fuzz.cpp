@@ -98,6 +98,20 @@ private Q_SLOTS:
         QCOMPARE(engine->divideScale(0.0, 10.0, 5, 5).interval(), QwtInterval(0.0, 10.0));
     }
 
+    // A price range a few denormals wide is not fuzzy-flat, but Qwt cannot divide it and would
+    // leave the axis empty after the next replot.
+    void denormalXRangeIsRefused()
+    {
+        TestPlot plot(true);
+        plot.resize(480, 320);
+        plot.setAxisScale(QwtPlot::xBottom, 10.0, 20.0);
+        plot.replot();
+        plot.setAxisScale(QwtPlot::xBottom, 8.1333e-320, 8.1363e-320);
+        plot.replot();
+        QCOMPARE(plot.axisInterval(QwtPlot::xBottom).minValue(), 10.0);
+        QCOMPARE(plot.axisInterval(QwtPlot::xBottom).maxValue(), 20.0);
+    }
+
     // A flat Y request at a magnitude where widening by one unit changes nothing used to reach
     // Qwt as a flat range, which left the axis empty ([0, 0]) after the next replot.
     void flatYRangeTooLargeToWiden()

@@ -51,6 +51,16 @@ bool isFinite(double value)
     return std::isfinite(value);
 }
 
+// Whether the axis's engine can divide the range at all: a span of a few denormals passes every
+// other test, yet Qwt would turn it into an empty division and the axis into [0, 0].
+bool isDivisible(const QwtPlot& plot, int axisId, double min, double max, double step)
+{
+    const QwtScaleEngine* engine = plot.axisScaleEngine(axisId);
+    return !engine ||
+           !engine->divideScale(min, max, plot.axisMaxMajor(axisId), plot.axisMaxMinor(axisId), step)
+                .isEmpty();
+}
+
 QPen solidPen(const QColor& color, double width)
 {
     return QPen(QBrush(color), width, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
@@ -684,7 +694,7 @@ void PriceBased2dPlot::setAxisScale(int axisId, double min, double max, double s
 
     // A flat X range is refused while a flat Y range is widened: the asymmetry is intended.
     if (axisId == QwtPlot::xBottom) {
-        if (!commonFuzzyCompare(min, max))
+        if (!commonFuzzyCompare(min, max) && isDivisible(*this, QwtPlot::xBottom, min, max, step))
             QwtPlot::setAxisScale(QwtPlot::xBottom, min, max, step);
         return;
     }
@@ -696,7 +706,7 @@ void PriceBased2dPlot::setAxisScale(int axisId, double min, double max, double s
     }
     // Also catches a flat range too large for the one-unit widening to open (1e17 +- 1 is 1e17),
     // which Qwt would turn into an empty axis.
-    if (!(max - min > MinYSpan))
+    if (!(max - min > MinYSpan) || !isDivisible(*this, QwtPlot::yLeft, min, max, step))
         return;
     QwtPlot::setAxisScale(QwtPlot::yLeft, min, max, step);
 }

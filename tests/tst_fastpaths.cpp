@@ -11,6 +11,7 @@
 #include <QRandomGenerator>
 
 #include <cmath>
+#include <functional>
 #include <limits>
 
 namespace {
@@ -63,6 +64,7 @@ private Q_SLOTS:
     void yExtentMatchesLinearScan();
     void curvePaintsStockPixels_data();
     void curvePaintsStockPixels();
+    void repaintsFollowEveryChange();
 };
 
 void TestFastPaths::initTestCase()
@@ -155,6 +157,63 @@ void TestFastPaths::curvePaintsStockPixels()
     const QImage ours = render(fast);
     const QImage stock = render(new QwtPlotCurve(QStringLiteral("stock")));
     QCOMPARE(ours, stock);
+}
+
+// The painted geometry is reused while nothing it depends on changes: every change must show.
+void TestFastPaths::repaintsFollowEveryChange()
+{
+    auto samplesFor = [](double phase) {
+        QVector<QPointF> samples;
+        for (int i = 0; i < 20000; ++i) {
+            const double x = 100.0 + i / 200.0;
+            samples.append(QPointF(x, std::sin(x + phase) * 20.0));
+        }
+        return samples;
+    };
+    struct Side
+    {
+        explicit Side(QwtPlotCurve* c) : curve(c) {}
+        TestPlot plot;
+        QwtPlotCurve* curve;
+    };
+    Side ours(new PriceBased2dPlotCurve(nullptr, QStringLiteral("fast")));
+    static_cast<PriceBased2dPlotCurve*>(ours.curve)->setDataType(9);
+    Side stock(new QwtPlotCurve(QStringLiteral("stock")));
+    for (Side* side : {&ours, &stock}) {
+        side->plot.setAutoReplot(false);
+        side->plot.resize(800, 500);
+        side->curve->setPen(QPen(Qt::black, 1.0));
+        side->curve->setSamples(samplesFor(0.0));
+        side->curve->attach(&side->plot);
+        side->plot.setAxisScale(QwtPlot::yLeft, -30.0, 30.0);
+        side->plot.setAxisScale(QwtPlot::xBottom, 100.0, 200.0);
+    }
+    auto render = [](Side& side) {
+        QImage image(side.plot.size(), QImage::Format_RGB32);
+        image.fill(Qt::white);
+        image.setDotsPerMeterX(qRound(side.plot.logicalDpiX() / 0.0254));
+        image.setDotsPerMeterY(qRound(side.plot.logicalDpiY() / 0.0254));
+        QwtPlotRenderer().renderTo(&side.plot, image);
+        return image;
+    };
+    const std::function<void(Side&)> changes[] = {
+        [](Side&) {}, // the same view twice
+        [&](Side& side) { side.curve->setSamples(samplesFor(1.0)); },
+        [](Side& side) { side.plot.setAxisScale(QwtPlot::xBottom, 120.0, 130.0); },
+        [](Side& side) { side.plot.setAxisScale(QwtPlot::yLeft, -5.0, 25.0); },
+        [](Side& side) { side.plot.setAxisScale(QwtPlot::yLeft, 0.0, 5.0); }, // rows far above the canvas
+        [](Side& side) { side.plot.resize(640, 480); },
+        [](Side& side) { side.curve->setPaintAttribute(QwtPlotCurve::FilterPoints, false); },
+        [](Side& side) { side.curve->setPaintAttribute(QwtPlotCurve::ClipPolygons, false); },
+    };
+    const QImage first = render(ours);
+    QCOMPARE(first, render(stock));
+    for (const std::function<void(Side&)>& change : changes) {
+        change(ours);
+        change(stock);
+        QCOMPARE(render(ours), render(stock));
+    }
+    QVERIFY(render(ours) != first);
 }
 
 PLOT2D_TEST_MAIN(TestFastPaths)

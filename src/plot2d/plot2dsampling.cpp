@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace Plot2dSampling {
 
@@ -296,11 +297,83 @@ QPolygonF mappedPolylineQwtWeeding(const YRangeIndex& index, const QwtScaleMap& 
     return polyline;
 }
 
+// Device rows of this magnitude fit an int with room to spare, and there integral doubles compare
+// exactly (so the weeding is plain equality).
+const double RowLimit = 1073741824.0; // 2^30
+
+bool fitsRows(double value)
+{
+    return std::fabs(value) < RowLimit;
+}
+
+// Whether samples [from, to] of a sorted, finite index map into rows and columns that fitsRows():
+// both maps are monotonic, so their ends bound every sample.
+bool mapsIntoRows(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtScaleMap& yMap, int from,
+                  int to)
+{
+    if (!index.isSorted() || to >= index.firstNonFinite() || xMap.transformation() || yMap.transformation())
+        return false;
+    const std::pair<double, double> y = index.yMinMax(from, to);
+    return fitsRows(xMap.transform(index.x(from))) && fitsRows(xMap.transform(index.x(to))) &&
+           fitsRows(yMap.transform(y.first)) && fitsRows(yMap.transform(y.second));
+}
+
+// The weeded polyline in two passes: every row first, in a loop the compiler vectorises, then one
+// walk over the column runs that keeps a row only where it changes. Same points as the general loop.
+QPolygonF weededPolylineByRows(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
+                               int from, int to)
+{
+    const int count = to - from + 1;
+    static thread_local std::vector<int> rowBuffer;
+    if (rowBuffer.size() < static_cast<size_t>(count))
+        rowBuffer.resize(static_cast<size_t>(count));
+    int* rows = rowBuffer.data();
+
+    // 1. Rows, rounded halves away from zero as aligned() rounds; fitsRows() makes the int exact.
+    const double* y = index.yData() + from;
+    const QwtScaleMap map = yMap; // a local copy lets the compiler keep the factors in registers
+    for (int k = 0; k < count; ++k) {
+        const double value = map.transform(y[k]);
+        const int row = static_cast<int>(std::fabs(value) + 0.5);
+        rows[k] = value < 0.0 ? -row : row;
+    }
+
+    // 2. One x per column run; a row is kept when it differs from the last kept one in that column.
+    QPolygonF polyline;
+    polyline.reserve(std::min(count, 4096));
+    const ColumnMapper columns(index, xMap);
+    double previousX = std::numeric_limits<double>::quiet_NaN();
+    int previousRow = 0;
+    for (int first = from; first <= to;) {
+        const int end = columns.runEnd(first, to);
+        const double x = columns.column(first);
+        int k = first - from;
+        if (x != previousX) {
+            previousRow = rows[k++];
+            polyline.append(QPointF(x, previousRow));
+        }
+        for (const int stop = end - from; k <= stop; ++k) {
+            if (rows[k] != previousRow) {
+                previousRow = rows[k];
+                polyline.append(QPointF(x, previousRow));
+            }
+        }
+        previousX = x;
+        first = end + 1;
+    }
+    return polyline;
+}
+
 } // namespace
 
 QPolygonF mappedPolyline(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtScaleMap& yMap, int from,
                          int to, bool weedOut)
 {
+    if (from > to)
+        return QPolygonF();
+    if (weedOut && mapsIntoRows(index, xMap, yMap, from, to))
+        return weededPolylineByRows(index, xMap, yMap, from, to);
+
     QPolygonF polyline(to - from + 1);
     QPointF* points = polyline.data();
     const ColumnMapper columns(index, xMap);
@@ -491,16 +564,49 @@ bool canDrawDecimated(const QwtPlotCurve& curve, const QPainter* painter, const 
     return thinPen && raster && QwtPainter::roundingAlignment(p) && QwtPainter::polylineSplitting();
 }
 
-bool drawLines(const QwtPlotCurve& curve, const YRangeIndex& index, QPainter* painter,
-               const QwtScaleMap& xMap, const QwtScaleMap& yMap, const QRectF& canvasRect, int from, int to)
+bool GeometryCache::Key::operator==(const Key& other) const
 {
-    if (from > to || !canDrawDecimated(curve, painter, index))
+    return std::equal(x, x + 4, other.x) && std::equal(y, y + 4, other.y) && clipRect == other.clipRect &&
+           from == other.from && to == other.to && clip == other.clip && weedOut == other.weedOut;
+}
+
+const DecimatedPolyline& GeometryCache::store(const Key& key, DecimatedPolyline geometry)
+{
+    m_key = key;
+    m_geometry = std::move(geometry);
+    m_valid = true;
+    return m_geometry;
+}
+
+void GeometryCache::clear()
+{
+    m_valid = false;
+    m_geometry = DecimatedPolyline();
+}
+
+namespace {
+
+// Everything the painted geometry depends on besides the samples; a scale transformation (which the
+// key cannot describe) leaves the view uncached.
+bool geometryKey(const QwtScaleMap& xMap, const QwtScaleMap& yMap, const QRectF& clipRect, int from, int to,
+                 bool clip, bool weedOut, GeometryCache::Key* key)
+{
+    if (xMap.transformation() || yMap.transformation())
         return false;
+    *key = GeometryCache::Key{{xMap.s1(), xMap.s2(), xMap.p1(), xMap.p2()},
+                              {yMap.s1(), yMap.s2(), yMap.p1(), yMap.p2()},
+                              clipRect,
+                              from,
+                              to,
+                              clip,
+                              weedOut};
+    return true;
+}
 
-    const bool clip = curve.testPaintAttribute(QwtPlotCurve::ClipPolygons);
-    const qreal penWidth = qMax(qreal(1.0), painter->pen().widthF());
-    const QRectF clipRect = canvasRect.adjusted(-penWidth, -penWidth, penWidth, penWidth);
-
+DecimatedPolyline decimatedGeometry(const YRangeIndex& index, const QwtScaleMap& xMap,
+                                    const QwtScaleMap& yMap, const QRectF& clipRect, int from, int to,
+                                    bool clip, bool weedOut)
+{
     // 1. Only the samples inside the clip rectangle, plus the neighbours whose lines cross its border.
     if (clip && ascendingMap(xMap)) {
         const std::pair<int, int> visible =
@@ -511,13 +617,38 @@ bool drawLines(const QwtPlotCurve& curve, const YRangeIndex& index, QPainter* pa
 
     // 2. Mapped, rounded and weeded as Qwt's point mapper does, then clipped as the curve does
     //    (clipping leaves a polyline that lies inside alone).
-    QPolygonF polyline =
-        mappedPolyline(index, xMap, yMap, from, to, curve.testPaintAttribute(QwtPlotCurve::FilterPoints));
+    QPolygonF polyline = mappedPolyline(index, xMap, yMap, from, to, weedOut);
     if (clip && !clipRect.contains(polyline.boundingRect()))
         polyline = QwtClipper::clipPolygonF(clipRect, polyline);
 
     // 3. The pieces Qwt would stroke, with the ones inside a single column merged.
-    drawDecimated(painter, decimatePolyline(polyline));
+    return decimatePolyline(polyline);
+}
+
+} // namespace
+
+bool drawLines(const QwtPlotCurve& curve, const YRangeIndex& index, QPainter* painter,
+               const QwtScaleMap& xMap, const QwtScaleMap& yMap, const QRectF& canvasRect, int from, int to,
+               GeometryCache* cache)
+{
+    if (from > to || !canDrawDecimated(curve, painter, index))
+        return false;
+
+    const bool clip = curve.testPaintAttribute(QwtPlotCurve::ClipPolygons);
+    const bool weedOut = curve.testPaintAttribute(QwtPlotCurve::FilterPoints);
+    const qreal penWidth = qMax(qreal(1.0), painter->pen().widthF());
+    const QRectF clipRect = canvasRect.adjusted(-penWidth, -penWidth, penWidth, penWidth);
+
+    GeometryCache::Key key;
+    if (!cache || !geometryKey(xMap, yMap, clipRect, from, to, clip, weedOut, &key)) {
+        drawDecimated(painter, decimatedGeometry(index, xMap, yMap, clipRect, from, to, clip, weedOut));
+        return true;
+    }
+    const DecimatedPolyline* geometry = cache->find(key);
+    if (!geometry)
+        geometry =
+            &cache->store(key, decimatedGeometry(index, xMap, yMap, clipRect, from, to, clip, weedOut));
+    drawDecimated(painter, *geometry);
     return true;
 }
 

@@ -6,6 +6,7 @@
 #include <QPainterPath>
 #include <QPointF>
 #include <QPolygonF>
+#include <QRectF>
 #include <QVector>
 
 #include <limits>
@@ -59,6 +60,7 @@ public:
     bool isSorted() const { return m_sorted; }
     double x(int i) const { return m_x[i]; }
     double y(int i) const { return m_y[i]; }
+    const double* yData() const { return m_y.constData(); }
 
     // Exactly scanYExtent() of the indexed series, in O(log n) when x ascends.
     YExtent extent(double left, double right) const;
@@ -111,6 +113,38 @@ struct DecimatedPolyline
 PLOT2D_EXPORT DecimatedPolyline decimatePolyline(const QPolygonF& polyline);
 PLOT2D_EXPORT void drawDecimated(QPainter* painter, const DecimatedPolyline& polyline);
 
+// The geometry a curve painted last, with everything it was computed from. A replot that changes
+// none of it (a quote tick, the tracker, another curve shown or hidden) strokes it again without
+// mapping a sample. The owner clears it whenever the samples change.
+class PLOT2D_EXPORT GeometryCache
+{
+public:
+    struct Key
+    {
+        double x[4] = {}; // s1, s2, p1, p2 of the x map
+        double y[4] = {}; // the same of the y map
+        QRectF clipRect;
+        int from = 0;
+        int to = -1;
+        bool clip = false;
+        bool weedOut = false;
+
+        bool operator==(const Key& other) const;
+    };
+
+    const DecimatedPolyline* find(const Key& key) const
+    {
+        return m_valid && m_key == key ? &m_geometry : nullptr;
+    }
+    const DecimatedPolyline& store(const Key& key, DecimatedPolyline geometry);
+    void clear();
+
+private:
+    bool m_valid = false;
+    Key m_key;
+    DecimatedPolyline m_geometry;
+};
+
 // The part of [from, to] whose device columns lie in [left, right], plus one neighbour on each side
 // so that lines crossing the border stay. Needs isSorted() and an ascending map.
 PLOT2D_EXPORT std::pair<int, int> visibleRange(const YRangeIndex& index, const QwtScaleMap& xMap, double left,
@@ -123,8 +157,9 @@ PLOT2D_EXPORT bool canDrawDecimated(const QwtPlotCurve& curve, const QPainter* p
 // QwtPlotCurve::drawLines for a plain line curve (no fitter, no brush, pen at most 1 px, aligned
 // raster painter), touching only the visible samples and stroking far fewer segments. Returns false,
 // painting nothing, when canDrawDecimated() does not hold: the caller then draws as usual.
+// With a cache, an unchanged view reuses the geometry of the last call.
 PLOT2D_EXPORT bool drawLines(const QwtPlotCurve& curve, const YRangeIndex& index, QPainter* painter,
                              const QwtScaleMap& xMap, const QwtScaleMap& yMap, const QRectF& canvasRect,
-                             int from, int to);
+                             int from, int to, GeometryCache* cache = nullptr);
 
 } // namespace Plot2dSampling

@@ -188,12 +188,14 @@ void PriceBased2dPlotCurve::dataChanged()
 {
     m_yIndexValid = false;
     m_yIndex.clear();
+    m_geometry.clear();
     QwtPlotCurve::dataChanged();
 }
 
 void PriceBased2dPlotCurve::drawLines(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
                                       const QRectF& canvasRect, int from, int to) const
 {
-    if (!Plot2dSampling::drawLines(*this, yRangeIndex(), painter, xMap, yMap, canvasRect, from, to))
+    if (!Plot2dSampling::drawLines(*this, yRangeIndex(), painter, xMap, yMap, canvasRect, from, to,
+                                   &m_geometry))
         QwtPlotCurve::drawLines(painter, xMap, yMap, canvasRect, from, to);
 }

@@ -76,4 +76,5 @@ private:
     // Caches for speed only; they never change what the curve reports or paints.
     mutable Plot2dSampling::YRangeIndex m_yIndex;
     mutable bool m_yIndexValid = false;
+    mutable Plot2dSampling::GeometryCache m_geometry;
 };

@@ -369,6 +369,21 @@ void BM_Frame_Plot2d(benchmark::State& state)
         renderQwt(f.plot.get());
 }
 
+// The frame above repeats one view, so from the second render on the curves reuse their painted
+// geometry, as a replot for a quote tick or the tracker does. Here the range moves by a hair every
+// render, so every frame maps and decimates all samples, as the first frame of a new view does.
+void BM_FrameFresh_Plot2d(benchmark::State& state)
+{
+    Plot2dFixture& f = fixture<Plot2dFixture>(static_cast<int>(state.range(0)));
+    int step = 0;
+    for (auto _ : state) {
+        f.plot->setAxisScale(QwtPlot::xBottom, XLow, XHigh + (step++ % 2) * 1e-9);
+        f.plot->updateAxes();
+        renderQwt(f.plot.get());
+    }
+    f.showAll();
+}
+
 void BM_ZoomStep_Plot2d(benchmark::State& state)
 {
     Plot2dFixture& f = fixture<Plot2dFixture>(static_cast<int>(state.range(0)));
@@ -447,6 +462,7 @@ void sampleCounts(benchmark::internal::Benchmark* b)
 } // namespace
 
 BENCHMARK(BM_Frame_Plot2d)->Apply(sampleCounts);
+BENCHMARK(BM_FrameFresh_Plot2d)->Apply(sampleCounts);
 BENCHMARK(BM_Frame_Qwt)->Apply(sampleCounts);
 BENCHMARK(BM_Frame_QCustomPlot)->Apply(sampleCounts);
 BENCHMARK(BM_ZoomStep_Plot2d)->Apply(sampleCounts);

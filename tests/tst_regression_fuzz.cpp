@@ -11,6 +11,8 @@
 #include <QPainter>
 #include <QSignalSpy>
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
 #include <memory>
 
@@ -110,6 +112,40 @@ private Q_SLOTS:
         plot.replot();
         QCOMPARE(plot.axisInterval(QwtPlot::xBottom).minValue(), 10.0);
         QCOMPARE(plot.axisInterval(QwtPlot::xBottom).maxValue(), 20.0);
+    }
+
+    // A price step a millionth of the range gave 10000 major ticks, and merging the medium ticks
+    // compared every pair (a paint took over 20 s under the sanitizers). The merge must still drop
+    // exactly the medium ticks that are fuzzy equal to a major one, at any magnitude.
+    void manyTicksMergeAsPairwise()
+    {
+        QList<double> majors;
+        QList<double> mediums;
+        for (int i = 0; i < 10000; ++i) {
+            const double major = (i - 5000) * 1e-3 * (i % 3 == 0 ? 1e-300 : 1.0);
+            majors.append(major);
+            mediums.append(major * (1.0 + 1e-13)); // fuzzy equal to its major
+            mediums.append(major + 5e-4);          // between two majors
+        }
+        mediums.append(qQNaN());
+        QList<double> lists[QwtScaleDiv::NTickTypes];
+        lists[QwtScaleDiv::MajorTick] = majors;
+        lists[QwtScaleDiv::MediumTick] = mediums;
+        const QwtScaleDiv div(-10.0, 10.0, lists);
+
+        QList<double> expected = majors;
+        for (double medium : mediums) {
+            if (std::none_of(majors.cbegin(), majors.cend(),
+                             [medium](double major) { return commonFuzzyCompare(medium, major); }))
+                expected.append(medium);
+        }
+        std::stable_sort(expected.begin(), expected.end());
+        PriceBased2dPlotScaleDraw draw(QwtPlot::xBottom);
+        const QList<double> ticks = draw.getTicks(div);
+        QCOMPARE(ticks.size(), expected.size());
+        for (int i = 0; i < ticks.size(); ++i)
+            QVERIFY2(ticks[i] == expected[i] || (std::isnan(ticks[i]) && std::isnan(expected[i])),
+                     qPrintable(QString::number(i)));
     }
 
     // A flat Y request at a magnitude where widening by one unit changes nothing used to reach

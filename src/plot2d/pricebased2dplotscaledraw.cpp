@@ -74,18 +74,48 @@ PriceBased2dPlotScaleDraw::~PriceBased2dPlotScaleDraw() = default;
 
 // --- label candidates, quote position, digit trimming ---
 
+namespace {
+
+// Fuzzy membership among many ticks without comparing every pair: when a value is fuzzy equal to
+// some tick, it is fuzzy equal to its nearest neighbour on that side too, since the tolerance grows
+// with the smaller magnitude and nothing between them is smaller.
+class SortedTicks
+{
+public:
+    explicit SortedTicks(const QList<double>& ticks) : m_ticks(ticks.toVector())
+    {
+        m_sorted =
+            std::all_of(m_ticks.cbegin(), m_ticks.cend(), [](double tick) { return std::isfinite(tick); });
+        if (m_sorted)
+            std::sort(m_ticks.begin(), m_ticks.end());
+    }
+
+    bool containsFuzzy(double value) const
+    {
+        const auto fuzzyEqual = [value](double tick) { return commonFuzzyCompare(value, tick); };
+        if (!m_sorted || !std::isfinite(value))
+            return std::any_of(m_ticks.cbegin(), m_ticks.cend(), fuzzyEqual);
+        const auto above = std::lower_bound(m_ticks.cbegin(), m_ticks.cend(), value);
+        return (above != m_ticks.cend() && fuzzyEqual(*above)) ||
+               (above != m_ticks.cbegin() && fuzzyEqual(*(above - 1)));
+    }
+
+private:
+    QVector<double> m_ticks;
+    bool m_sorted = false;
+};
+
+} // namespace
+
 QList<double> PriceBased2dPlotScaleDraw::getTicks(const QwtScaleDiv& div) const
 {
     if (!Plot2dCommon::isUsableScaleDiv(div))
         return {};
 
     QList<double> ticks = div.ticks(QwtScaleDiv::MajorTick);
-    const QList<double> majors = ticks;
+    const SortedTicks majors(ticks);
     for (double medium : div.ticks(QwtScaleDiv::MediumTick)) {
-        const bool onMajor = std::any_of(majors.cbegin(), majors.cend(), [medium](double major) {
-            return commonFuzzyCompare(medium, major);
-        });
-        if (!onMajor)
+        if (!majors.containsFuzzy(medium))
             ticks.append(medium);
     }
     std::stable_sort(ticks.begin(), ticks.end());

@@ -52,6 +52,17 @@ PriceBased2dPlotCurve* addCurve(PriceBased2dPlot* plot, int type, const QVector<
     return curve;
 }
 
+// At the widget's resolution the renderer does not scale the painter, as on screen.
+QImage renderedAtWidgetDpi(QwtPlot& plot)
+{
+    QImage image(plot.size(), QImage::Format_RGB32);
+    image.fill(Qt::white);
+    image.setDotsPerMeterX(qRound(plot.logicalDpiX() / 0.0254));
+    image.setDotsPerMeterY(qRound(plot.logicalDpiY() / 0.0254));
+    QwtPlotRenderer().renderTo(&plot, image);
+    return image;
+}
+
 } // namespace
 
 class TestFastPaths : public QObject
@@ -142,14 +153,7 @@ void TestFastPaths::curvePaintsStockPixels()
         plot.setAxisScale(QwtPlot::xBottom, lower, upper);
         plot.setAxisScale(QwtPlot::yLeft, -30.0, 150.0);
         plot.resize(800, 500);
-        QImage image(plot.size(), QImage::Format_RGB32);
-        image.fill(Qt::white);
-        // At the widget's resolution the renderer does not scale the painter, as on screen.
-        image.setDotsPerMeterX(qRound(plot.logicalDpiX() / 0.0254));
-        image.setDotsPerMeterY(qRound(plot.logicalDpiY() / 0.0254));
-        QwtPlotRenderer renderer;
-        renderer.renderTo(&plot, image);
-        return image;
+        return renderedAtWidgetDpi(plot);
     };
 
     auto* fast = new PriceBased2dPlotCurve(nullptr, QStringLiteral("fast"));
@@ -188,14 +192,7 @@ void TestFastPaths::repaintsFollowEveryChange()
         side->plot.setAxisScale(QwtPlot::yLeft, -30.0, 30.0);
         side->plot.setAxisScale(QwtPlot::xBottom, 100.0, 200.0);
     }
-    auto render = [](Side& side) {
-        QImage image(side.plot.size(), QImage::Format_RGB32);
-        image.fill(Qt::white);
-        image.setDotsPerMeterX(qRound(side.plot.logicalDpiX() / 0.0254));
-        image.setDotsPerMeterY(qRound(side.plot.logicalDpiY() / 0.0254));
-        QwtPlotRenderer().renderTo(&side.plot, image);
-        return image;
-    };
+    auto render = [](Side& side) { return renderedAtWidgetDpi(side.plot); };
     const std::function<void(Side&)> changes[] = {
         [](Side&) {}, // the same view twice
         [&](Side& side) { side.curve->setSamples(samplesFor(1.0)); },

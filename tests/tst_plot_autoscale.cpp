@@ -57,18 +57,23 @@ private Q_SLOTS:
         QTest::addColumn<int>("axis");
         QTest::addColumn<double>("min");
         QTest::addColumn<double>("max");
+        QTest::addColumn<double>("step");
         QTest::addColumn<double>("xMax");
         QTest::addColumn<double>("yMin");
-        QTest::addColumn<bool>("lineStretched");
+        QTest::addColumn<double>("lineLow");
+        QTest::addColumn<double>("lineHigh");
         const int x = QwtPlot::xBottom;
         const int y = QwtPlot::yLeft;
-        QTest::newRow("x") << x << 12.0 << 18.0 << 18.0 << 0.0 << false;
-        QTest::newRow("y") << y << -3.0 << 3.0 << 19.9 << -3.0 << true;
-        QTest::newRow("y right") << int(QwtPlot::yRight) << -3.0 << 3.0 << 19.9 << 0.0 << false;
-        QTest::newRow("nan") << y << Nan << 3.0 << 19.9 << 0.0 << false;
-        QTest::newRow("flat x refused") << x << 5.0 << 5.0 << 19.9 << 0.0 << false;
-        QTest::newRow("flat y widened") << y << 5.0 << 5.0 << 19.9 << 4.0 << true;
-        QTest::newRow("narrow y refused") << y << 1.0 << 1.000000001 << 19.9 << 0.0 << true;
+        // The quote line starts at 3..4; a Y request stretches it over the request and the axis plus
+        // 10 %, first, even when the request is then refused.
+        QTest::newRow("x") << x << 12.0 << 18.0 << 0.0 << 18.0 << 0.0 << 3.0 << 4.0;
+        QTest::newRow("y") << y << -3.0 << 3.0 << 0.0 << 19.9 << -3.0 << -4.3 << 11.3;
+        QTest::newRow("y right") << int(QwtPlot::yRight) << -3.0 << 3.0 << 0.0 << 19.9 << 0.0 << 3.0 << 4.0;
+        QTest::newRow("nan") << y << Nan << 3.0 << 0.0 << 19.9 << 0.0 << 3.0 << 4.0;
+        QTest::newRow("flat x refused") << x << 5.0 << 5.0 << 0.0 << 19.9 << 0.0 << 3.0 << 4.0;
+        QTest::newRow("flat y widened") << y << 5.0 << 5.0 << 0.0 << 19.9 << 4.0 << -1.0 << 11.0;
+        QTest::newRow("narrow y refused") << y << 1.0 << 1.000000001 << 0.0 << 19.9 << 0.0 << -1.0 << 11.0;
+        QTest::newRow("nan step refused") << y << -3.0 << 3.0 << Nan << 19.9 << 0.0 << -4.3 << 11.3;
     }
 
     void guardedAxisSetter()
@@ -76,17 +81,19 @@ private Q_SLOTS:
         QFETCH(int, axis);
         QFETCH(double, min);
         QFETCH(double, max);
+        QFETCH(double, step);
         QFETCH(double, xMax);
         QFETCH(double, yMin);
-        QFETCH(bool, lineStretched);
+        QFETCH(double, lineLow);
+        QFETCH(double, lineHigh);
         auto* line = validCurve(m_plot.get(), QStringLiteral("q"), 0, {{15.0, 3.0}, {15.0, 4.0}});
         line->attach(m_plot.get());
-        m_plot->setAxisScale(axis, min, max, 0.0);
+        m_plot->setAxisScale(axis, min, max, step);
         m_plot->updateAxes();
         QCOMPARE(axisRange(*m_plot, QwtPlot::xBottom).second, xMax);
         QCOMPARE(axisRange(*m_plot, QwtPlot::yLeft).first, yMin);
-        // A Y request stretches the quote line first, even when it is then refused.
-        QCOMPARE(line->sample(0).y() < 3.0, lineStretched);
+        QCOMPARE(line->sample(0), QPointF(15.0, lineLow));
+        QCOMPARE(line->sample(1), QPointF(15.0, lineHigh));
     }
 
     void quoteLinePoints()

@@ -55,13 +55,19 @@ private:
                       qRound(m_plot->canvasMap(QwtPlot::yLeft).transform(y)));
     }
 
-    void wheel(const QPoint& plotPos, int delta, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    // Delivered as the window system does: to the widget under the cursor (canvas or scale), and
+    // marked spontaneous, since Qt hands only such wheel events on to the parent plot.
+    void wheel(const QPoint& plotPos, const QPoint& angleDelta,
+               Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
+        QWidget* target = m_plot->childAt(plotPos);
+        QVERIFY(target);
         const QPoint global = m_plot->mapToGlobal(plotPos);
         QCursor::setPos(global);
-        QWheelEvent event(QPointF(plotPos), QPointF(global), QPoint(), QPoint(0, delta), Qt::NoButton,
-                          modifiers, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(m_plot.get(), &event);
+        QWheelEvent event(QPointF(target->mapFromGlobal(global)), QPointF(global), QPoint(), angleDelta,
+                          Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
+        QSpontaneKeyEvent::setSpontaneous(&event);
+        qApp->notify(target, &event); // as QTest does: sendEvent() would clear the mark
         m_plot->updateAxes();
     }
 
@@ -75,15 +81,18 @@ private Q_SLOTS:
 
     void wheelOverCanvasZoomsBoth_data()
     {
-        QTest::addColumn<int>("delta");
+        QTest::addColumn<QPoint>("delta");
         QTest::addColumn<double>("factor");
-        QTest::newRow("one notch") << 120 << 0.9;
-        QTest::newRow("one notch out") << -120 << 1.1;
+        QTest::newRow("one notch") << QPoint(0, 120) << 0.9;
+        QTest::newRow("one notch out") << QPoint(0, -120) << 1.1;
+        // A tilt wheel or touchpad: the larger component counts.
+        QTest::newRow("sideways") << QPoint(120, 0) << 0.9;
+        QTest::newRow("mostly sideways out") << QPoint(-150, 120) << 1.1;
     }
 
     void wheelOverCanvasZoomsBoth()
     {
-        QFETCH(int, delta);
+        QFETCH(QPoint, delta);
         QFETCH(double, factor);
         QVERIFY(setUpPlot());
         const QPoint pos = canvasPointFor(150.0, 0.0);
@@ -119,7 +128,7 @@ private Q_SLOTS:
         const QPoint pos = canvasPointFor(150.0, 0.0);
 
         // Control: X only, and Y follows autoscale without switching it off.
-        wheel(pos, 120, Qt::ControlModifier);
+        wheel(pos, QPoint(0, 120), Qt::ControlModifier);
         QVERIFY(range(QwtPlot::xBottom).width() < 100.0);
         QCOMPARE(autoScale.count(), 0);
         QCOMPARE(range(QwtPlot::yLeft).minValue(), -156.0);
@@ -127,7 +136,7 @@ private Q_SLOTS:
 
         // Shift: Y only, autoscale off asked for.
         setRanges(100.0, 200.0, -100.0, 100.0);
-        wheel(pos, 120, Qt::ShiftModifier);
+        wheel(pos, QPoint(0, 120), Qt::ShiftModifier);
         QCOMPARE(range(QwtPlot::xBottom).width(), 100.0);
         QCOMPARE(range(QwtPlot::yLeft).width(), 180.0);
         QCOMPARE(autoScale.count(), 1);
@@ -144,10 +153,33 @@ private Q_SLOTS:
         QVERIFY(m_plot->mousePositionOnXScale(pos));
         QVERIFY(!m_plot->mousePositionOnYScale(pos));
 
-        wheel(pos, 120);
+        wheel(pos, QPoint(0, 120));
         // Deliberately, the anchor becomes the new upper bound.
         QCOMPARE(range(QwtPlot::xBottom).minValue(), 10.0);
         QCOMPARE(range(QwtPlot::xBottom).maxValue(), 100.0);
+    }
+
+    void wheelOverAScaleZoomsThatAxis_data()
+    {
+        QTest::addColumn<int>("axis");
+        QTest::addColumn<QPoint>("delta");
+        QTest::addColumn<double>("span");
+        QTest::newRow("x, one notch out") << int(QwtPlot::xBottom) << QPoint(0, -120) << 110.0;
+        QTest::newRow("x, sideways") << int(QwtPlot::xBottom) << QPoint(120, 0) << 90.0;
+        QTest::newRow("y, mostly sideways out") << int(QwtPlot::yLeft) << QPoint(-150, 120) << 220.0;
+    }
+
+    void wheelOverAScaleZoomsThatAxis()
+    {
+        QFETCH(int, axis);
+        QFETCH(QPoint, delta);
+        QFETCH(double, span);
+        QVERIFY(setUpPlot());
+        QwtScaleWidget* scale = m_plot->axisWidget(axis);
+        const QPoint pos = m_plot->mapFromGlobal(scale->mapToGlobal(scale->rect().center()));
+        QCOMPARE(m_plot->childAt(pos), scale);
+        wheel(pos, delta);
+        QCOMPARE(range(axis).width(), span);
     }
 
     // Dragging a scale by 10 px from its middle; only the Y scale asks for autoscale off.

@@ -52,9 +52,12 @@ bool isFinite(double value)
 }
 
 // Whether the axis's engine can divide the range at all: a span of a few denormals passes every
-// other test, yet Qwt would turn it into an empty division and the axis into [0, 0].
+// other test, yet Qwt would turn it into an empty division and the axis into [0, 0]; with a
+// non-finite step Qwt would build ticks without end.
 bool isDivisible(const QwtPlot& plot, int axisId, double min, double max, double step)
 {
+    if (!isFinite(step))
+        return false;
     const QwtScaleEngine* engine = plot.axisScaleEngine(axisId);
     return !engine ||
            !engine->divideScale(min, max, plot.axisMaxMajor(axisId), plot.axisMaxMinor(axisId), step)
@@ -64,6 +67,14 @@ bool isDivisible(const QwtPlot& plot, int axisId, double min, double max, double
 QPen solidPen(const QColor& color, double width)
 {
     return QPen(QBrush(color), width, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin);
+}
+
+// QWheelEvent::delta(), deprecated in Qt 5.15, computed as it was: the horizontal component when it
+// is the larger, so that a tilt wheel or a touchpad zooms as well.
+int wheelDelta(const QWheelEvent& event)
+{
+    const QPoint angle = event.angleDelta();
+    return std::abs(angle.x()) > std::abs(angle.y()) ? angle.x() : angle.y();
 }
 
 // QwtAbstractScaleDraw::invalidateCache() is protected; this reaches it without subclassing the
@@ -688,11 +699,11 @@ void PriceBased2dPlot::setAxisScale(int axisId, double min, double max, double s
 {
     if (axisId != QwtPlot::yLeft && axisId != QwtPlot::xBottom)
         return;
-    // A non-finite step would make Qwt build ticks without end: refused like non-finite bounds.
-    if (!isFinite(min) || !isFinite(max) || min > max || !isFinite(step))
+    if (!isFinite(min) || !isFinite(max) || min > max)
         return;
 
     // A flat X range is refused while a flat Y range is widened: the asymmetry is intended.
+    // Refusing what the axis engine cannot divide goes beyond the bound checks on purpose (fuzzing).
     if (axisId == QwtPlot::xBottom) {
         if (!commonFuzzyCompare(min, max) && isDivisible(*this, QwtPlot::xBottom, min, max, step))
             QwtPlot::setAxisScale(QwtPlot::xBottom, min, max, step);
@@ -848,7 +859,7 @@ void PriceBased2dPlot::applyXZoom(const WheelZoom& zoom)
 
 void PriceBased2dPlot::rescaleYToNewX()
 {
-    // Qwt divides a new range only on the next replot; autoscale must already see the new X.
+    // Deliberately laid out first: Qwt divides a new range only on the next replot, Y follows it now.
     updateAxes();
     updateYAxisScale();
 }
@@ -911,7 +922,7 @@ void PriceBased2dPlot::wheelEvent(QWheelEvent* event)
 
     // 3. Anchor; 4. factor.
     zoom.anchor = wheelAnchor(zoom);
-    zoom.factor = wheelFactor(event->angleDelta().y());
+    zoom.factor = wheelFactor(wheelDelta(*event));
     if (zoom.factor == 0.0) {
         event->ignore();
         return;

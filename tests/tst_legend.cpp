@@ -2,6 +2,7 @@
 
 #include <plot2d/pricebased2dplotlegend.h>
 
+#include <qwt_dyngrid_layout.h>
 #include <qwt_legend_label.h>
 #include <qwt_plot_marker.h>
 #include <qwt_symbol.h>
@@ -127,6 +128,36 @@ private Q_SLOTS:
         const QImage vegaIcon = image(f.label("Vega")->icon());
         f.legend->setCheckBoxChecked("Vega", false);
         QCOMPARE(image(f.label("Vega")->icon()), vegaIcon);
+    }
+
+    // A listener hears of the hide before the title is greyed; ticking the row again from there is
+    // written first, and the hide's grey title last.
+    void vetoedHideLeavesTheGreyTitle()
+    {
+        LegendFixture f;
+        QwtLegendLabel* gamma = f.label("Gamma");
+        QList<QColor> heard;
+        connect(f.legend.data(), &PriceBased2dPlotLegend::visibilityChanged, this,
+                [&](const QString& title, bool visible) {
+                    heard << gamma->text().color();
+                    if (!visible)
+                        f.legend->setCheckBoxChecked(title, true);
+                });
+        f.legend->setCheckBoxChecked("Gamma", false);
+        QCOMPARE(heard, (QList<QColor>{Qt::black, Qt::black}));
+        QVERIFY(f.box("Gamma")->isChecked());
+        QCOMPARE(gamma->text().color(), QColor(Qt::darkGray));
+    }
+
+    // Only the left, right and centre bits are replaced; left with centre is deliberate.
+    void rowAlignmentKeepsItsOtherBits()
+    {
+        LegendFixture f;
+        QLayoutItem* item = f.legend->dynLayout()->itemAt(0);
+        item->setAlignment(Qt::AlignRight | Qt::AlignJustify | Qt::AlignAbsolute | Qt::AlignBottom);
+        f.legend->updateDynLayoutItemAlignment(0);
+        QCOMPARE(item->alignment(),
+                 Qt::AlignLeft | Qt::AlignHCenter | Qt::AlignJustify | Qt::AlignAbsolute | Qt::AlignBottom);
     }
 
     void mouseClicksToggleRows()

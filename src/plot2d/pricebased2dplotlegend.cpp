@@ -210,9 +210,9 @@ void PriceBased2dPlotLegend::updateDynLayoutItemAlignment(int index)
     if (!item)
         return;
 
-    // Left and centre together are deliberate and kept as they are.
-    const Qt::Alignment vertical = item->alignment() & ~Qt::AlignHorizontal_Mask;
-    item->setAlignment(vertical | Qt::AlignLeft | Qt::AlignHCenter);
+    // Left and centre together are deliberate and kept as they are; Justify and Absolute stay.
+    const Qt::Alignment kept = item->alignment() & ~(Qt::AlignLeft | Qt::AlignRight | Qt::AlignHCenter);
+    item->setAlignment(kept | Qt::AlignLeft | Qt::AlignHCenter);
     if (QWidget* widget = item->widget())
         widget->update();
 }
@@ -227,7 +227,8 @@ void PriceBased2dPlotLegend::onCheckBoxChecked(int state)
     if (!label)
         return;
 
-    const QString text = label->text().text();
+    QwtText title = label->text();
+    const QString text = title.text();
     const QPixmap icon = label->icon();
     if (text.isEmpty() || icon.isNull())
         return;
@@ -238,6 +239,9 @@ void PriceBased2dPlotLegend::onCheckBoxChecked(int state)
         applyUnchecked(checkBox, label, text);
     else
         applyChecked(checkBox, label, text);
+    // Written after the signal: a listener that ticks the row again is overwritten by this title.
+    title.setColor(state == Qt::Unchecked ? UncheckedLabelColor : CheckedLabelColor);
+    label->setText(title);
 }
 
 void PriceBased2dPlotLegend::applyUnchecked(QCheckBox* checkBox, QwtLegendLabel* label, const QString& text)
@@ -246,7 +250,6 @@ void PriceBased2dPlotLegend::applyUnchecked(QCheckBox* checkBox, QwtLegendLabel*
         m_checkBoxIcons.insert(checkBox, label->icon());
         setResetIcon(label);
     }
-    setTitleColor(label, UncheckedLabelColor);
     Q_EMIT visibilityChanged(text, false);
     if (!m_uncheckedItems.contains(text))
         m_uncheckedItems.append(text);
@@ -261,7 +264,6 @@ void PriceBased2dPlotLegend::applyChecked(QCheckBox* checkBox, QwtLegendLabel* l
         else
             label->setIcon(saved.value());
     }
-    setTitleColor(label, CheckedLabelColor);
     Q_EMIT visibilityChanged(text, true);
     m_uncheckedItems.removeOne(text);
 }

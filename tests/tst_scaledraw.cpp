@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <limits>
+#include <type_traits>
 
 Q_DECLARE_METATYPE(QwtScaleDiv)
 
@@ -29,6 +30,15 @@ bool loadSamplesWithStrike(const QTemporaryDir& dir, const QByteArray& strikeTyp
 }
 
 const int NoPairCount = std::numeric_limits<int>::min();
+
+// Plain members, not const: const is part of the mangled name, and clients built against plain
+// members must still link.
+static_assert(std::is_same<decltype(&PriceBased2dPlotScaleDraw::findEqualDigitsInIntegerPart),
+                           int (PriceBased2dPlotScaleDraw::*)(long long, long long, int)>::value,
+              "findEqualDigitsInIntegerPart is a plain member");
+static_assert(std::is_same<decltype(&PriceBased2dPlotScaleDraw::findEqualDigitsInFractionPart),
+                           int (PriceBased2dPlotScaleDraw::*)(double, double)>::value,
+              "findEqualDigitsInFractionPart is a plain member");
 
 QwtScaleDiv division(double lower, double upper, const QList<double>& majors,
                      const QList<double>& mediums = {})

@@ -289,7 +289,7 @@ void PriceBased2dPlotScaleDraw::setEqualDigitsNum()
     m_equalDigitsNum = result;
 }
 
-int PriceBased2dPlotScaleDraw::findEqualDigitsInIntegerPart(long long a, long long b, int length) const
+int PriceBased2dPlotScaleDraw::findEqualDigitsInIntegerPart(long long a, long long b, int length)
 {
     if (a < 0 || a > UnusableMagnitude || b < 0 || b > UnusableMagnitude || length < 1 || length > 16)
         return -1;
@@ -316,7 +316,7 @@ int PriceBased2dPlotScaleDraw::findEqualDigitsInIntegerPart(long long a, long lo
     return length - k;
 }
 
-int PriceBased2dPlotScaleDraw::findEqualDigitsInFractionPart(double a, double b) const
+int PriceBased2dPlotScaleDraw::findEqualDigitsInFractionPart(double a, double b)
 {
     if (a >= b || std::fabs(a) > UnusableMagnitude || std::fabs(b) > UnusableMagnitude)
         return -1;

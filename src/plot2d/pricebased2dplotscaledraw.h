@@ -34,8 +34,8 @@ public:
     void updateCurKotirIndex(const QList<double>& values);
     void setCurKotirEnabled(bool enabled);
     void setEqualDigitsNum();
-    int findEqualDigitsInIntegerPart(long long a, long long b, int length) const;
-    int findEqualDigitsInFractionPart(double a, double b) const;
+    int findEqualDigitsInIntegerPart(long long a, long long b, int length);
+    int findEqualDigitsInFractionPart(double a, double b);
     int maxFractionLength() const;
 
     // --- geometry, overlap removal, drawing ---

@@ -9,13 +9,28 @@
 #include <cmath>
 #include <limits>
 
+RowLayout::RowLayout(const QVector<FieldDef>& columns) : defs(columns), textSlots(columns.size(), -1)
+{
+    for (int column = 0; column < columns.size(); ++column) {
+        if (isTextual(columns.at(column)))
+            textSlots[column] = textCount++;
+    }
+}
+
+bool isTextual(const FieldDef& def)
+{
+    return def.type == FieldsTypes::Text || def.type == FieldsTypes::BoardList;
+}
+
 RecordData::RecordData(QSharedPointer<const RowLayout> rowLayout, const Table* owner)
     : layout(std::move(rowLayout))
     , table(owner)
     , cells(layout->defs.size())
-    , texts(layout->defs.size())
-    , flags((layout->defs.size() + 7) / 8, 0)
-{}
+    , texts(layout->textCount)
+    , flags((layout->defs.size() + 7) / 8)
+{
+    std::fill(flags.begin(), flags.end(), 0);
+}
 
 int RecordData::columnIndex(const QString& name) const
 {
@@ -43,19 +58,16 @@ void RecordData::setPresent(int column, bool present)
 Field RecordData::field(int column) const
 {
     const FieldDef& def = layout->defs.at(column);
-    const bool textual = def.type == FieldsTypes::Text || def.type == FieldsTypes::BoardList;
     const void* data =
-        textual ? static_cast<const void*>(&texts[column]) : static_cast<const void*>(&cells[column]);
+        isTextual(def) ? static_cast<const void*>(&text(column)) : static_cast<const void*>(&cells[column]);
     return Field(&def, data, &flags[column / 8], 1u << column % 8);
 }
 
 void RecordData::assignValues(const RecordData& other)
 {
-    for (int column = 0; column < columnCount(); ++column) {
-        cells[column] = other.cells[column];
-        texts[column] = other.texts[column];
-    }
-    flags = other.flags;
+    std::copy(other.cells.cbegin(), other.cells.cend(), cells.begin());
+    std::copy(other.texts.cbegin(), other.texts.cend(), texts.begin());
+    std::copy(other.flags.cbegin(), other.flags.cend(), flags.begin());
 }
 
 namespace {
@@ -137,12 +149,53 @@ int compareKeys(const RecordData& a, const RecordData& b)
     case FieldsTypes::DateTime:
         return threeWay(a.cells[0].moment, b.cells[0].moment);
     default:
-        return threeWay(QString::compare(a.texts[0], b.texts[0]), 0);
+        return threeWay(QString::compare(a.text(0), b.text(0)), 0);
+    }
+}
+
+bool hasUnorderedKey(const RecordData& row)
+{
+    return row.hasValue(0) && row.layout->defs.at(0).type == FieldsTypes::Double &&
+           std::isnan(row.cells[0].real);
+}
+
+bool textFits(const FieldDef& def, int length)
+{
+    return def.type != FieldsTypes::Text || def.length() <= 0 || length <= def.length();
+}
+
+bool convertText(const FieldDef& def, const QStringRef& text, Cell* cell)
+{
+    bool ok = false;
+    switch (def.type) {
+    case FieldsTypes::Integer: {
+        const qint64 integer = text.toLongLong(&ok);
+        ok = ok && integer >= std::numeric_limits<qint32>::min() &&
+             integer <= std::numeric_limits<qint32>::max();
+        cell->i32 = static_cast<qint32>(integer);
+        return ok;
+    }
+    case FieldsTypes::Integer64:
+        cell->i64 = text.toLongLong(&ok);
+        return ok;
+    case FieldsTypes::Double:
+        cell->real = text.toDouble(&ok);
+        return ok;
+    case FieldsTypes::Decimal:
+        return decimal::fromString(QStringView(text), static_cast<short>(def.decimals()), &cell->dec);
+    case FieldsTypes::DateTime:
+        return datetime::fromString(text, &cell->moment);
+    default:
+        return false;
     }
 }
 
 bool convertValue(const FieldDef& def, const QVariant& value, Cell* cell, QString* text)
 {
+    if (value.userType() == QMetaType::QString && !isTextual(def)) {
+        const QString string = value.toString();
+        return convertText(def, QStringRef(&string), cell);
+    }
     switch (def.type) {
     case FieldsTypes::Integer: {
         qint64 integer = 0;
@@ -166,7 +219,7 @@ bool convertValue(const FieldDef& def, const QVariant& value, Cell* cell, QStrin
         if (!value.canConvert<QString>())
             return false;
         *text = value.toString();
-        return def.type != FieldsTypes::Text || def.length() <= 0 || text->size() <= def.length();
+        return textFits(def, text->size());
     case FieldsTypes::DateTime:
         return toDatetime(value, &cell->moment);
     default:
@@ -196,8 +249,10 @@ bool Record::setValue(int column, const QVariant& value)
     QString text;
     if (!convertValue(d->layout->defs.at(column), value, &cell, &text))
         return false;
-    d->cells[column] = cell;
-    d->texts[column] = text;
+    if (isTextual(d->layout->defs.at(column)))
+        d->text(column) = text;
+    else
+        d->cells[column] = cell;
     d->setPresent(column, true);
     return true;
 }
@@ -224,7 +279,7 @@ QVariant Record::value(int column) const
     case FieldsTypes::DateTime:
         return QDateTime::fromMSecsSinceEpoch(cell.moment.toMSecsSinceEpoch(), Qt::UTC);
     default:
-        return d->texts[column];
+        return d->text(column);
     }
 }
 

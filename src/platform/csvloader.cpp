@@ -8,7 +8,6 @@
 #include <QStringList>
 
 #include <algorithm>
-#include <numeric>
 
 namespace CsvLoader {
 
@@ -259,26 +258,26 @@ bool Reader::convertRow(const QString& line, Record* record, QString* error)
 bool checkUniqueKeys(const QString& path, const QList<Record>& records, const QVector<int>& lines,
                      QString* error)
 {
-    const auto key = [&](int i) -> const RecordData& { return *RecordData::of(records.at(i)); };
-    QVector<int> order(records.size());
-    std::iota(order.begin(), order.end(), 0);
-    std::stable_sort(order.begin(), order.end(),
-                     [&](int a, int b) { return compareKeys(key(a), key(b)) < 0; });
+    std::vector<const RecordData*> rows;
+    rows.reserve(records.size());
+    for (const Record& record : records)
+        rows.push_back(RecordData::of(record));
+    const std::vector<int> order = keyOrder(rows);
     // Of all repeated keys, the one repeated first in the file.
     int first = -1;
     int repeat = -1;
-    for (int i = 1; i < order.size(); ++i) {
-        if (compareKeys(key(order.at(i - 1)), key(order.at(i))) == 0 &&
-            (repeat < 0 || lines.at(order.at(i)) < lines.at(repeat))) {
-            first = order.at(i - 1);
-            repeat = order.at(i);
+    for (size_t i = 1; i < order.size(); ++i) {
+        if (compareKeys(*rows[order[i - 1]], *rows[order[i]]) == 0 &&
+            (repeat < 0 || lines.at(order[i]) < lines.at(repeat))) {
+            first = order[i - 1];
+            repeat = order[i];
         }
     }
     if (repeat < 0)
         return true;
     *error = errorText(path, lines.at(repeat), 1,
                        QStringLiteral("the key %1 is already on line %2")
-                           .arg(quoted(key(repeat).field(0).toString()))
+                           .arg(quoted(RecordData::of(records.at(repeat))->field(0).toString()))
                            .arg(lines.at(first)));
     return false;
 }

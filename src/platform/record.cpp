@@ -6,8 +6,10 @@
 
 #include <QDateTime>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 RowLayout::RowLayout(const QVector<FieldDef>& columns) : defs(columns), textSlots(columns.size(), -1)
 {
@@ -39,11 +41,6 @@ int RecordData::columnIndex(const QString& name) const
             return column;
     }
     return -1;
-}
-
-bool RecordData::hasValue(int column) const
-{
-    return flags[column / 8] & (1u << column % 8);
 }
 
 void RecordData::setPresent(int column, bool present)
@@ -151,6 +148,31 @@ int compareKeys(const RecordData& a, const RecordData& b)
     default:
         return threeWay(QString::compare(a.text(0), b.text(0)), 0);
     }
+}
+
+std::vector<int> keyOrder(const std::vector<const RecordData*>& rows)
+{
+    std::vector<int> order(rows.size());
+    const int type = rows.empty() ? 0 : rows.front()->layout->defs.at(0).type;
+    if (type != FieldsTypes::Integer && type != FieldsTypes::Integer64 && type != FieldsTypes::DateTime) {
+        std::iota(order.begin(), order.end(), 0);
+        std::stable_sort(order.begin(), order.end(),
+                         [&](int a, int b) { return compareKeys(*rows[a], *rows[b]) < 0; });
+        return order;
+    }
+    // Integer keys are copied out once: comparing rows in place would read two rows per comparison.
+    std::vector<std::pair<qint64, int>> keys;
+    keys.reserve(rows.size());
+    for (size_t i = 0; i < rows.size(); ++i) {
+        const Cell& key = rows[i]->cells[0];
+        const qint64 value = type == FieldsTypes::Integer     ? key.i32
+                             : type == FieldsTypes::Integer64 ? key.i64
+                                                              : key.moment.toMSecsSinceEpoch();
+        keys.emplace_back(value, static_cast<int>(i));
+    }
+    std::sort(keys.begin(), keys.end()); // the position breaks ties: stable
+    std::transform(keys.cbegin(), keys.cend(), order.begin(), [](const auto& key) { return key.second; });
+    return order;
 }
 
 bool hasUnorderedKey(const RecordData& row)

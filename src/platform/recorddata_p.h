@@ -57,7 +57,7 @@ struct RecordData
 
     int columnCount() const { return layout->defs.size(); }
     int columnIndex(const QString& name) const;
-    bool hasValue(int column) const;
+    bool hasValue(int column) const { return flags[column / 8] & (1u << column % 8); }
     void setPresent(int column, bool present);
     Field field(int column) const;
     QString& text(int column) { return texts[layout->textSlots.at(column)]; }
@@ -68,6 +68,10 @@ struct RecordData
 
 // Orders two rows of one layout by their first column; a null key sorts first.
 int compareKeys(const RecordData& a, const RecordData& b);
+
+// The positions of `rows` (rows of one layout, every key set) in ascending key order; rows with equal
+// keys keep their given order.
+std::vector<int> keyOrder(const std::vector<const RecordData*>& rows);
 
 // Converts `value` to the column's type into `cell` / `text`; false when it does not convert.
 bool convertValue(const FieldDef& def, const QVariant& value, Cell* cell, QString* text);

@@ -86,6 +86,7 @@ struct Table::Private
                      QVector<Placement>* placements)
     {
         QVector<int> fresh;
+        std::vector<const RecordData*> freshRows;
         for (int i = 0; i < sources.size(); ++i) {
             const int pos = indexOf(*sources.at(i));
             if (pos >= 0) {
@@ -93,14 +94,14 @@ struct Table::Private
                 (*placements)[i] = {rows.at(pos), false};
             } else {
                 fresh.append(i);
+                freshRows.push_back(sources.at(i).data());
             }
         }
         // Stable: of several records with one new key the first is inserted, the later ones update it.
-        std::stable_sort(fresh.begin(), fresh.end(),
-                         [&](int a, int b) { return keyLess(sources.at(a), sources.at(b)); });
         QVector<RowPointer> added;
         added.reserve(fresh.size());
-        for (const int i : qAsConst(fresh)) {
+        for (const int position : keyOrder(freshRows)) {
+            const int i = fresh.at(position);
             if (!added.isEmpty() && compareKeys(*added.constLast(), *sources.at(i)) == 0) {
                 update(added.constLast(), sources.at(i));
                 (*placements)[i] = {added.constLast(), false};

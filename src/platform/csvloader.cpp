@@ -155,9 +155,15 @@ bool Reader::nextLine(QString* line)
             m_ended = true;
         }
         // Decoded with its line break, so that a broken sequence before it reads as in the whole file.
-        *line = QString::fromUtf8(bytes);
-        if (m_lineNumber == 1 && line->startsWith(QChar(0xFEFF)))
-            line->remove(0, 1);
+        // fromUtf8 drops a byte-order mark that starts its input: only the file's own is dropped
+        // (with one more, as the file's first character).
+        if (m_lineNumber > 1 && bytes.startsWith("\xEF\xBB\xBF")) {
+            *line = QString::fromUtf8(QByteArray('\n' + bytes)).mid(1);
+        } else {
+            *line = QString::fromUtf8(bytes);
+            if (m_lineNumber == 1 && line->startsWith(QChar(0xFEFF)))
+                line->remove(0, 1);
+        }
         if (line->endsWith(QLatin1Char('\n')))
             line->chop(1);
         if (line->endsWith(QLatin1Char('\r')))

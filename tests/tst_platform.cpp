@@ -97,10 +97,12 @@ private Q_SLOTS:
         Table* empty = load("key:1,t:5:4\n1,\"\"\n2,\n3,\"a\"\"b\"\n", QStringLiteral("empty"));
         QVERIFY(empty);
         QCOMPARE(dump(empty), QStringList({"1|", "2|<null>", "3|a\"b"}));
-        // A byte-order mark, CRLF line ends and blank lines.
-        Table* windows = load("\xEF\xBB\xBFkey:1,t:5:4\r\n\r\n  \r\n2,b\r\n1,a", QStringLiteral("windows"));
+        // A byte-order mark, CRLF line ends and blank lines; only the file's first mark is dropped.
+        Table* windows = load("\xEF\xBB\xBFkey:5:4,t:5:4\r\n\r\n  \r\n2,b\r\n\xEF\xBB\xBF"
+                              "3,c\r\n1,a",
+                              QStringLiteral("windows"));
         QVERIFY(windows);
-        QCOMPARE(dump(windows), QStringList({"1|a", "2|b"}));
+        QCOMPARE(dump(windows), QStringList({"1|a", "2|b", QStringLiteral("\uFEFF3|c")}));
 
         QString error;
         const QString absent = m_dir.filePath(QStringLiteral("absent.csv"));

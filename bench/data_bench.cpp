@@ -104,7 +104,8 @@ void BM_LoadSecurities(benchmark::State& state)
         state.PauseTiming();
         peak = std::max(peak, peakResidentMegabytes());
         if (!table || table->rowCount() != RowCount) {
-            state.SkipWithError(qPrintable(error));
+            const std::string message = error.isEmpty() ? "wrong row count" : error.toStdString();
+            state.SkipWithError(message.c_str());
             break;
         }
         store.clear();

@@ -240,6 +240,7 @@ private Q_SLOTS:
             QCOMPARE(announced(batchChanged), announced(singleChanged));
             QCOMPARE(batchResult, singleResult);
             QCOMPARE(dump(&batch), dump(&single));
+            QCOMPARE(batch.masterIndex().size(), batch.rowCount()); // the index follows every batch
         }
     }
 
@@ -425,6 +426,7 @@ private Q_SLOTS:
         QCOMPARE(inserted.at(1).at(1).toInt(), 2);
 
         table->clear();
+        QVERIFY(table->masterIndex().isEmpty());
         QCOMPARE(model.rowCount(), 0);
         QCOMPARE(removed.count(), 2);
         QCOMPARE(model.minStep(), 0.0);

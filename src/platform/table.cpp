@@ -38,6 +38,17 @@ struct Table::Private
     QHash<QString, int> columnByName;
     // Ascending by key; the master index.
     QVector<QSharedPointer<RecordData>> rows;
+    // masterIndex() as last built, until a row is added or removed: directories and the plot walk the
+    // whole index on every lookup, and building the list costs more than the walk.
+    QList<Record> index;
+    bool indexCurrent = false;
+
+    // Also lets go of the rows the old index holds.
+    void forgetIndex()
+    {
+        index = QList<Record>();
+        indexCurrent = false;
+    }
 
     // Position of the first row whose key is not below `key`.
     int lowerBound(const RecordData& key) const
@@ -75,6 +86,7 @@ struct Table::Private
                 (*placements)[i] = {rows.at(pos), false};
             } else {
                 rows.insert(pos, attach(table, sources.at(i), adopt));
+                forgetIndex();
                 (*placements)[i] = {rows.at(pos), true};
             }
         }
@@ -115,6 +127,7 @@ struct Table::Private
         std::merge(rows.cbegin(), rows.cend(), added.cbegin(), added.cend(), std::back_inserter(merged),
                    keyLess);
         rows.swap(merged);
+        forgetIndex();
     }
 
     bool ordered(const QVector<RowPointer>& sources) const
@@ -168,11 +181,14 @@ int Table::rowCount() const
 
 QList<Record> Table::masterIndex() const
 {
-    QList<Record> result;
-    result.reserve(d->rows.size());
-    for (const QSharedPointer<RecordData>& row : qAsConst(d->rows))
-        result.append(Record(row));
-    return result;
+    if (!d->indexCurrent) {
+        d->index.clear();
+        d->index.reserve(d->rows.size());
+        for (const QSharedPointer<RecordData>& row : qAsConst(d->rows))
+            d->index.append(Record(row));
+        d->indexCurrent = true;
+    }
+    return d->index;
 }
 
 Record Table::find(const QVariant& key) const
@@ -265,6 +281,7 @@ bool Table::remove(const Record& record)
     if (pos < 0)
         return false;
     const QSharedPointer<RecordData> row = d->rows.takeAt(pos);
+    d->forgetIndex();
     row->attached = false;
     Q_EMIT rowsRemoved(QList<Record>{Record(row)});
     return true;
@@ -281,5 +298,6 @@ void Table::clear()
     for (const QSharedPointer<RecordData>& row : qAsConst(d->rows))
         row->attached = false;
     d->rows.clear();
+    d->forgetIndex();
     Q_EMIT tableReset();
 }

@@ -145,8 +145,11 @@ Reader::Reader(const QString& path) : m_path(path), m_file(path) {}
 
 bool Reader::nextLine(QString* line)
 {
-    while (!m_ended && !m_file.atEnd()) {
+    while (!m_ended) {
+        // Empty only at the end: a line read keeps its line break. (atEnd() would not wait for a pipe.)
         QByteArray bytes = m_file.readLine();
+        if (bytes.isEmpty())
+            break;
         ++m_lineNumber;
         // The content ends at the first NUL byte, as a C string would.
         const int nul = bytes.indexOf('\0');

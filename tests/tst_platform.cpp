@@ -132,6 +132,8 @@ private Q_SLOTS:
         QTest::newRow("repeated key, written differently")
             << QByteArray(head + "40,d,1,\n0010,e,2,\n") << ":4:1: the key \"10\" is already on line 2"
             << true;
+        QTest::newRow("NaN key, which equals every key")
+            << QByteArray("key:3,v:1\n1,1\nnan,2\n") << ":1:1: " << true;
         QTest::newRow("huge cell cut") << QByteArray(head + "40,d," + QByteArray(2000000, '9') + ",\n")
                                        << ":3:3: \"" + QString(40, QLatin1Char('9')) +
                                               "...\" (2000000 characters) is not a valid decimal"

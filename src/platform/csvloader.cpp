@@ -1,12 +1,13 @@
 #include "csvloader_p.h"
 
 #include "fieldstypes.h"
-#include "record.h"
+#include "recorddata_p.h"
 #include "table.h"
 
-#include <QFile>
 #include <QSet>
 #include <QStringList>
+
+#include <algorithm>
 
 namespace CsvLoader {
 
@@ -29,9 +30,9 @@ bool splitLine(const QString& line, QVector<Cell>* cells, Failure* failure)
         const QChar c = line.at(i);
         if (inQuotes) {
             if (c != QLatin1Char('"')) {
-                cell.text.append(c);
+                cell.unquoted.append(c);
             } else if (i + 1 < line.size() && line.at(i + 1) == QLatin1Char('"')) {
-                cell.text.append(line.at(++i));
+                cell.unquoted.append(line.at(++i));
             } else {
                 inQuotes = false;
                 afterQuotes = true;
@@ -39,14 +40,15 @@ bool splitLine(const QString& line, QVector<Cell>* cells, Failure* failure)
         } else if (c == QLatin1Char(',')) {
             cells->append(cell);
             cell = Cell();
+            cell.start = i + 1;
             afterQuotes = false;
         } else if (afterQuotes) {
             *failure = {cells->size() + 1, QStringLiteral("text after a closing quote")};
             return false;
-        } else if (c == QLatin1Char('"') && cell.text.isEmpty()) {
+        } else if (c == QLatin1Char('"') && cell.length == 0) {
             inQuotes = cell.quoted = true;
         } else {
-            cell.text.append(c);
+            ++cell.length;
         }
     }
     if (inQuotes) {
@@ -61,35 +63,36 @@ bool parseColumn(const QString& text, FieldDef* def, QString* message)
 {
     const QStringList parts = text.trimmed().split(QLatin1Char(':'));
     if (parts.size() < 2 || parts.size() > 3 || parts.at(0).isEmpty()) {
-        *message = QStringLiteral("column \"%1\" is not name:type or name:type:n").arg(text);
+        *message = QStringLiteral("column %1 is not name:type or name:type:n").arg(quoted(text));
         return false;
     }
     bool ok = false;
     def->name = parts.at(0);
     def->type = parts.at(1).toInt(&ok);
     if (!ok || def->type < FieldsTypes::Integer || def->type > FieldsTypes::BoardList) {
-        *message = QStringLiteral("unknown type code \"%1\"").arg(parts.at(1));
+        *message = QStringLiteral("unknown type code %1").arg(quoted(parts.at(1)));
         return false;
     }
     def->size = parts.size() == 3 ? parts.at(2).toInt(&ok) : 0;
     if (!ok || def->size < 0 || (def->type == FieldsTypes::Decimal && def->size > 18)) {
-        *message = QStringLiteral("bad length or decimals \"%1\"").arg(parts.value(2));
+        *message = QStringLiteral("bad length or decimals %1").arg(quoted(parts.value(2)));
         return false;
     }
     return true;
 }
 
-bool parseHeader(const QVector<Cell>& cells, QVector<FieldDef>* columns, Failure* failure)
+bool parseHeader(const QString& line, const QVector<Cell>& cells, QVector<FieldDef>* columns,
+                 Failure* failure)
 {
     QSet<QString> names;
     for (int i = 0; i < cells.size(); ++i) {
         FieldDef def;
-        if (!parseColumn(cells.at(i).text, &def, &failure->message)) {
+        if (!parseColumn(cells.at(i).text(line).toString(), &def, &failure->message)) {
             failure->column = i + 1;
             return false;
         }
         if (names.contains(def.name)) {
-            *failure = {i + 1, QStringLiteral("duplicate column \"%1\"").arg(def.name)};
+            *failure = {i + 1, QStringLiteral("duplicate column %1").arg(quoted(def.name))};
             return false;
         }
         names.insert(def.name);
@@ -112,75 +115,180 @@ QString errorText(const QString& path, int line, int column, const QString& mess
     return QStringLiteral("%1:%2:%3: %4").arg(path).arg(line).arg(column).arg(message);
 }
 
-bool read(const QString& path, Document* document, QString* error)
+QString quoted(QStringView text)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        *error = errorText(path, 1, 1, QStringLiteral("cannot open file: %1").arg(file.errorString()));
+    const int longest = 60;
+    if (text.size() <= longest)
+        return QLatin1Char('"') + text.toString() + QLatin1Char('"');
+    int kept = 40;
+    if (text.at(kept - 1).isHighSurrogate())
+        --kept;
+    return QStringLiteral("\"%1...\" (%2 characters)").arg(text.left(kept).toString()).arg(text.size());
+}
+
+TextPool::TextPool(int columnCount) : m_columns(columnCount) {}
+
+QString TextPool::share(int column, const QStringRef& text)
+{
+    Recent& recent = m_columns[column];
+    for (const QString& known : recent.texts) {
+        if (known.size() == text.size() && text == known)
+            return known;
+    }
+    QString& slot = recent.texts[recent.next];
+    recent.next = (recent.next + 1) % Size;
+    slot = text.toString();
+    return slot;
+}
+
+Reader::Reader(const QString& path) : m_path(path), m_file(path) {}
+
+bool Reader::nextLine(QString* line)
+{
+    while (!m_ended) {
+        // Empty only at the end: a line read keeps its line break. (atEnd() would not wait for a pipe.)
+        QByteArray bytes = m_file.readLine();
+        if (bytes.isEmpty())
+            break;
+        ++m_lineNumber;
+        // The content ends at the first NUL byte, as a C string would.
+        const int nul = bytes.indexOf('\0');
+        if (nul >= 0) {
+            bytes.truncate(nul);
+            m_ended = true;
+        }
+        // Decoded with its line break, so that a broken sequence before it reads as in the whole file.
+        // fromUtf8 drops a byte-order mark that starts its input: only the file's own is dropped
+        // (with one more, as the file's first character).
+        if (m_lineNumber > 1 && bytes.startsWith("\xEF\xBB\xBF")) {
+            *line = QString::fromUtf8(QByteArray('\n' + bytes)).mid(1);
+        } else {
+            *line = QString::fromUtf8(bytes);
+            if (m_lineNumber == 1 && line->startsWith(QChar(0xFEFF)))
+                line->remove(0, 1);
+        }
+        if (line->endsWith(QLatin1Char('\n')))
+            line->chop(1);
+        if (line->endsWith(QLatin1Char('\r')))
+            line->chop(1);
+        if (!QStringView(*line).trimmed().isEmpty())
+            return true;
+    }
+    return false;
+}
+
+bool Reader::readHeader(QString* error)
+{
+    if (!m_file.open(QIODevice::ReadOnly)) {
+        *error = errorText(m_path, 1, 1, QStringLiteral("cannot open file: %1").arg(m_file.errorString()));
         return false;
     }
-    QString content = QString::fromUtf8(file.readAll());
-    if (content.startsWith(QChar(0xFEFF)))
-        content.remove(0, 1);
-    const QStringList lines = content.split(QLatin1Char('\n'));
-    document->path = path;
-    bool headerSeen = false;
-    for (int i = 0; i < lines.size(); ++i) {
-        QString line = lines.at(i);
-        if (line.endsWith(QLatin1Char('\r')))
-            line.chop(1);
-        if (line.trimmed().isEmpty())
-            continue;
-        Row row;
-        row.line = i + 1;
+    QString line;
+    if (!nextLine(&line)) {
+        *error = errorText(m_path, 1, 1, QStringLiteral("no header line"));
+        return false;
+    }
+    Failure failure;
+    if (!splitLine(line, &m_cells, &failure) || !parseHeader(line, m_cells, &m_columns, &failure)) {
+        *error = errorText(m_path, m_lineNumber, failure.column, failure.message);
+        return false;
+    }
+    m_texts = TextPool(m_columns.size());
+    return true;
+}
+
+bool Reader::readRows(const Table* layout, QList<Record>* records, QVector<int>* lines, QString* error)
+{
+    QString conversionError;
+    QString line;
+    while (nextLine(&line)) {
         Failure failure;
-        bool ok = splitLine(line, &row.cells, &failure);
-        if (ok && !headerSeen) {
-            ok = parseHeader(row.cells, &document->columns, &failure);
-            headerSeen = true;
-        } else if (ok && row.cells.size() != document->columns.size()) {
-            failure = {qMin(row.cells.size(), document->columns.size()) + 1,
-                       QStringLiteral("%1 cells where %2 columns are declared")
-                           .arg(row.cells.size())
-                           .arg(document->columns.size())};
-            ok = false;
-        } else if (ok) {
-            document->rows.append(row);
-        }
-        if (!ok) {
-            *error = errorText(path, row.line, failure.column, failure.message);
+        if (!splitLine(line, &m_cells, &failure)) {
+            *error = errorText(m_path, m_lineNumber, failure.column, failure.message);
             return false;
         }
+        if (m_cells.size() != m_columns.size()) {
+            *error = errorText(m_path, m_lineNumber, qMin(m_cells.size(), m_columns.size()) + 1,
+                               QStringLiteral("%1 cells where %2 columns are declared")
+                                   .arg(m_cells.size())
+                                   .arg(m_columns.size()));
+            return false;
+        }
+        if (!layout || !conversionError.isEmpty())
+            continue;
+        Record record = layout->newRecord();
+        if (convertRow(line, &record, &conversionError)) {
+            records->append(record);
+            lines->append(m_lineNumber);
+        }
     }
-    if (!headerSeen) {
-        *error = errorText(path, 1, 1, QStringLiteral("no header line"));
+    if (!conversionError.isEmpty())
+        *error = conversionError;
+    return conversionError.isEmpty();
+}
+
+bool Reader::convertRow(const QString& line, Record* record, QString* error)
+{
+    RecordData* row = RecordData::of(*record);
+    for (int column = 0; column < m_cells.size(); ++column) {
+        const Cell& cell = m_cells.at(column);
+        const QStringRef text = cell.text(line);
+        if (text.isEmpty() && !cell.quoted) {
+            if (column == 0) {
+                *error = errorText(m_path, m_lineNumber, 1, QStringLiteral("the key is empty"));
+                return false;
+            }
+            continue;
+        }
+        const FieldDef& def = m_columns.at(column);
+        bool converted = false;
+        if (isTextual(def)) {
+            converted = textFits(def, text.size());
+            if (converted)
+                row->text(column) = m_texts.share(column, text);
+        } else {
+            converted = convertText(def, text, &row->cells[column]);
+        }
+        if (!converted) {
+            *error = errorText(m_path, m_lineNumber, column + 1,
+                               QStringLiteral("%1 is not a valid %2 for column \"%3\"")
+                                   .arg(quoted(text), typeName(def.type), def.name));
+            return false;
+        }
+        row->setPresent(column, true);
+    }
+    if (hasUnorderedKey(*row)) {
+        *error = errorText(m_path, m_lineNumber, 1, QStringLiteral("a key cannot be NaN (not a number)"));
         return false;
     }
     return true;
 }
 
-bool convertRows(const Document& document, const Table& layout, QList<Record>* records, QString* error)
+bool checkUniqueKeys(const QString& path, const QList<Record>& records, const QVector<int>& lines,
+                     QString* error)
 {
-    for (const Row& row : document.rows) {
-        Record record = layout.newRecord();
-        for (int column = 0; column < row.cells.size(); ++column) {
-            const Cell& cell = row.cells.at(column);
-            const bool null = cell.text.isEmpty() && !cell.quoted;
-            if (null && column == 0) {
-                *error = errorText(document.path, row.line, 1, QStringLiteral("the key is empty"));
-                return false;
-            }
-            if (!null && !record.setValue(column, cell.text)) {
-                const FieldDef& def = document.columns.at(column);
-                *error = errorText(document.path, row.line, column + 1,
-                                   QStringLiteral("\"%1\" is not a valid %2 for column \"%3\"")
-                                       .arg(cell.text, typeName(def.type), def.name));
-                return false;
-            }
+    std::vector<const RecordData*> rows;
+    rows.reserve(records.size());
+    for (const Record& record : records)
+        rows.push_back(RecordData::of(record));
+    const std::vector<int> order = keyOrder(rows);
+    // Of all repeated keys, the one repeated first in the file.
+    int first = -1;
+    int repeat = -1;
+    for (size_t i = 1; i < order.size(); ++i) {
+        if (compareKeys(*rows[order[i - 1]], *rows[order[i]]) == 0 &&
+            (repeat < 0 || lines.at(order[i]) < lines.at(repeat))) {
+            first = order[i - 1];
+            repeat = order[i];
         }
-        records->append(record);
     }
-    return true;
+    if (repeat < 0)
+        return true;
+    *error = errorText(path, lines.at(repeat), 1,
+                       QStringLiteral("the key %1 is already on line %2")
+                           .arg(quoted(RecordData::of(records.at(repeat))->field(0).toString()))
+                           .arg(lines.at(first)));
+    return false;
 }
 
 } // namespace CsvLoader

@@ -49,9 +49,14 @@ Table* DataStore::createTable(const QString& name, const QVector<FieldDef>& colu
 {
     if (Table* existing = table(name))
         return sameColumns(existing->fieldDefs(), columns) ? existing : nullptr;
-    Table* created = new Table(name, columns, this);
-    m_tables.insert(name, created);
-    Q_EMIT tableAdded(name);
+    return addTable(new Table(name, columns));
+}
+
+Table* DataStore::addTable(Table* created)
+{
+    created->setParent(this);
+    m_tables.insert(created->name(), created);
+    Q_EMIT tableAdded(created->name());
     return created;
 }
 
@@ -77,30 +82,28 @@ Table* DataStore::loadCsv(const QString& name, const QString& path, QString* err
     QString* const report = error ? error : &message;
 
     // Everything is read and converted before any table is touched, so a failure changes nothing.
-    CsvLoader::Document document;
-    if (!CsvLoader::read(path, &document, report))
+    CsvLoader::Reader reader(path);
+    if (!reader.readHeader(report))
         return nullptr;
     Table* existing = table(name);
-    if (existing && !sameColumns(existing->fieldDefs(), document.columns)) {
+    const bool fits = !existing || sameColumns(existing->fieldDefs(), reader.columns());
+    std::unique_ptr<Table> created(existing ? nullptr : new Table(name, reader.columns()));
+    Table* target = existing ? existing : created.get();
+    QList<Record> records;
+    QVector<int> lines;
+    if (!reader.readRows(fits ? target : nullptr, &records, &lines, report))
+        return nullptr;
+    if (!fits) {
         *report =
-            CsvLoader::errorText(path, 1, firstDifferentColumn(existing->fieldDefs(), document.columns),
+            CsvLoader::errorText(path, 1, firstDifferentColumn(existing->fieldDefs(), reader.columns()),
                                  QStringLiteral("the columns differ from those of table \"%1\"").arg(name));
         return nullptr;
     }
-    const std::unique_ptr<Table> scratch(new Table(name, document.columns));
-    QList<Record> parsed;
-    if (!CsvLoader::convertRows(document, *scratch, &parsed, report))
+    if (!CsvLoader::checkUniqueKeys(path, records, lines, report))
         return nullptr;
-
-    Table* target = existing ? existing : createTable(name, document.columns);
-    QList<Record> rows;
-    rows.reserve(parsed.size());
-    for (const Record& source : qAsConst(parsed)) {
-        Record row = target->newRecord();
-        for (int column = 0; column < document.columns.size(); ++column)
-            row.setValue(column, source.value(column));
-        rows.append(row);
-    }
-    target->insert(rows);
+    if (created)
+        addTable(created.release());
+    // The records were made for this load alone: they become the rows without being copied.
+    target->insertRows(records, true);
     return target;
 }

@@ -32,9 +32,9 @@ public:
     // Loads a CSV file (UTF-8, comma-separated). The first line names the columns as
     // "name:type" or "name:type:n" (type code, then length or decimals); an empty cell is a null
     // field. A new name creates the table; an existing name with identical columns gets the rows
-    // added, a row whose key exists replacing the old one. On any error returns null, leaves
-    // every table exactly as it was and, when `error` is given, describes it as
-    // "FILE:LINE:COLUMN: message" (line and column counted from 1).
+    // added, a row whose key exists replacing the old one. A key may appear only once in a file.
+    // On any error returns null, leaves every table exactly as it was and, when `error` is given,
+    // describes it as "FILE:LINE:COLUMN: message" (line and column counted from 1).
     Table* loadCsv(const QString& name, const QString& path, QString* error = nullptr);
 
 Q_SIGNALS:
@@ -42,5 +42,8 @@ Q_SIGNALS:
     void tableRemoved(const QString& name);
 
 private:
+    // Takes `created` into the store and announces it.
+    Table* addTable(Table* created);
+
     QMap<QString, Table*> m_tables;
 };

@@ -4,6 +4,7 @@
 
 #include <QMetaType>
 #include <QString>
+#include <QStringView>
 
 // Milliseconds since 1970-01-01 00:00 UTC.
 class PLATFORM_EXPORT datetime
@@ -18,6 +19,8 @@ public:
     qint64 toMSecsSinceEpoch() const { return m_msecs; }
     // True when `text` matched one of the accepted forms.
     static bool isValidText(const QString& text);
+    // Reads `text` as the constructor does into `result` (when given); false when it matched no form.
+    static bool fromString(QStringView text, datetime* result);
 
     friend bool operator==(datetime a, datetime b) { return a.m_msecs == b.m_msecs; }
     friend bool operator!=(datetime a, datetime b) { return a.m_msecs != b.m_msecs; }

@@ -1,7 +1,6 @@
 #include "decimal.h"
 
 #include <QLocale>
-#include <QRegularExpression>
 
 #include <cmath>
 #include <limits>
@@ -23,44 +22,78 @@ qint64 powerOfTen(int exponent)
     return result;
 }
 
-// Builds the mantissa of `digits` (integer digits followed by `decimals` fraction digits), with
-// `roundUp` adding one unit of the last place. False on overflow.
-bool toMantissa(const QString& digits, bool negative, bool roundUp, qint64* mantissa)
+// Appends the decimal `digits` to `magnitude`, then `zeros` zero digits. False on overflow.
+bool appendDigits(QStringView digits, int zeros, unsigned long long* magnitude)
 {
-    unsigned long long magnitude = 0;
     const unsigned long long limit = static_cast<unsigned long long>(std::numeric_limits<qint64>::max());
+    const auto append = [&](unsigned digit) {
+        if (*magnitude > (limit - digit) / 10)
+            return false;
+        *magnitude = *magnitude * 10 + digit;
+        return true;
+    };
     for (const QChar c : digits) {
-        const unsigned digit = static_cast<unsigned>(c.unicode() - '0');
-        if (magnitude > (limit - digit) / 10)
+        if (!append(static_cast<unsigned>(c.unicode() - '0')))
             return false;
-        magnitude = magnitude * 10 + digit;
     }
-    if (roundUp) {
-        if (magnitude == limit)
+    for (int i = 0; i < zeros; ++i) {
+        if (!append(0))
             return false;
-        ++magnitude;
     }
-    *mantissa = negative ? -static_cast<qint64>(magnitude) : static_cast<qint64>(magnitude);
     return true;
 }
 
 struct Parts
 {
     bool negative = false;
-    QString integer;
-    QString fraction;
+    QStringView integer;
+    QStringView fraction;
+
+    // The mantissa at `places` decimals: the integer digits, the fraction cut or padded to `places`,
+    // and one unit of the last place added when `roundUp`. False on overflow.
+    bool toMantissa(int places, bool roundUp, qint64* mantissa) const
+    {
+        const QStringView kept = fraction.left(places);
+        unsigned long long magnitude = 0;
+        if (!appendDigits(integer, 0, &magnitude) || !appendDigits(kept, places - kept.size(), &magnitude))
+            return false;
+        if (roundUp) {
+            if (magnitude == static_cast<unsigned long long>(std::numeric_limits<qint64>::max()))
+                return false;
+            ++magnitude;
+        }
+        *mantissa = negative ? -static_cast<qint64>(magnitude) : static_cast<qint64>(magnitude);
+        return true;
+    }
 };
 
-bool splitNumber(const QString& text, Parts* parts)
+bool isDigit(QChar c)
 {
-    static const QRegularExpression pattern(QStringLiteral("^([+-]?)(\\d*)(?:\\.(\\d*))?$"));
-    const QRegularExpressionMatch match = pattern.match(text);
-    if (!match.hasMatch() || (match.capturedLength(2) == 0 && match.capturedLength(3) == 0))
-        return false;
-    parts->negative = match.captured(1) == QLatin1String("-");
-    parts->integer = match.captured(2);
-    parts->fraction = match.captured(3);
-    return true;
+    return c >= QLatin1Char('0') && c <= QLatin1Char('9');
+}
+
+QStringView digitsFrom(QStringView text, int* position)
+{
+    const int start = *position;
+    while (*position < text.size() && isDigit(text.at(*position)))
+        ++*position;
+    return text.mid(start, *position - start);
+}
+
+// Splits "[+-]digits[.digits]" (ASCII digits; one side of the point may be empty, not both).
+bool splitNumber(QStringView text, Parts* parts)
+{
+    int position = 0;
+    if (!text.isEmpty() && (text.at(0) == QLatin1Char('+') || text.at(0) == QLatin1Char('-'))) {
+        parts->negative = text.at(0) == QLatin1Char('-');
+        ++position;
+    }
+    parts->integer = digitsFrom(text, &position);
+    if (position < text.size() && text.at(position) == QLatin1Char('.')) {
+        ++position;
+        parts->fraction = digitsFrom(text, &position);
+    }
+    return position == text.size() && !(parts->integer.isEmpty() && parts->fraction.isEmpty());
 }
 
 } // namespace
@@ -72,17 +105,22 @@ decimal decimal::fromDouble(double value, short decimals)
         return decimal(0, decimals);
     // Rounding the shortest text that reads back as `value` rounds the number the user sees
     // (0.285 is 0.29), not its binary neighbour just below the half.
+    const QString text = QString::number(value, 'f', QLocale::FloatingPointShortest);
     Parts parts;
-    splitNumber(QString::number(value, 'f', QLocale::FloatingPointShortest), &parts);
-    const QString fraction = parts.fraction.leftJustified(places + 1, QLatin1Char('0'));
-    const bool roundUp = fraction.at(places) >= QLatin1Char('5');
+    splitNumber(text, &parts);
+    const bool roundUp = places < parts.fraction.size() && parts.fraction.at(places) >= QLatin1Char('5');
     qint64 mantissa = 0;
-    if (!toMantissa(parts.integer + fraction.left(places), parts.negative, roundUp, &mantissa))
+    if (!parts.toMantissa(places, roundUp, &mantissa))
         return decimal(0, decimals);
     return decimal(mantissa, static_cast<short>(places));
 }
 
 bool decimal::fromString(const QString& text, short decimals, decimal* result)
+{
+    return fromString(QStringView(text), decimals, result);
+}
+
+bool decimal::fromString(QStringView text, short decimals, decimal* result)
 {
     const int places = qBound(0, static_cast<int>(decimals), MaxPlaces);
     Parts parts;
@@ -93,9 +131,8 @@ bool decimal::fromString(const QString& text, short decimals, decimal* result)
         if (parts.fraction.at(i) != QLatin1Char('0'))
             return false;
     }
-    const QString fraction = parts.fraction.left(places).leftJustified(places, QLatin1Char('0'));
     qint64 mantissa = 0;
-    if (!toMantissa(parts.integer + fraction, parts.negative, false, &mantissa))
+    if (!parts.toMantissa(places, false, &mantissa))
         return false;
     if (result)
         *result = decimal(mantissa, static_cast<short>(places));

@@ -4,6 +4,7 @@
 
 #include <QMetaType>
 #include <QString>
+#include <QStringView>
 
 // The data layer's fixed-point number: a 64-bit mantissa scaled by 10^-decimals.
 class PLATFORM_EXPORT decimal
@@ -20,6 +21,7 @@ public:
     static decimal fromDouble(double value, short decimals);
     // Parses "-12.345" style text (no exponent, no grouping) into `decimals` places.
     static bool fromString(const QString& text, short decimals, decimal* result);
+    static bool fromString(QStringView text, short decimals, decimal* result);
 
     double toDouble() const;
     QString toString() const; // all places, e.g. "12.50" for (1250, 2)

@@ -6,16 +6,33 @@
 
 #include <QDateTime>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
+
+RowLayout::RowLayout(const QVector<FieldDef>& columns) : defs(columns), textSlots(columns.size(), -1)
+{
+    for (int column = 0; column < columns.size(); ++column) {
+        if (isTextual(columns.at(column)))
+            textSlots[column] = textCount++;
+    }
+}
+
+bool isTextual(const FieldDef& def)
+{
+    return def.type == FieldsTypes::Text || def.type == FieldsTypes::BoardList;
+}
 
 RecordData::RecordData(QSharedPointer<const RowLayout> rowLayout, const Table* owner)
     : layout(std::move(rowLayout))
     , table(owner)
     , cells(layout->defs.size())
-    , texts(layout->defs.size())
-    , flags((layout->defs.size() + 7) / 8, 0)
-{}
+    , texts(layout->textCount)
+    , flags((layout->defs.size() + 7) / 8)
+{
+    std::fill(flags.begin(), flags.end(), 0);
+}
 
 int RecordData::columnIndex(const QString& name) const
 {
@@ -24,11 +41,6 @@ int RecordData::columnIndex(const QString& name) const
             return column;
     }
     return -1;
-}
-
-bool RecordData::hasValue(int column) const
-{
-    return flags[column / 8] & (1u << column % 8);
 }
 
 void RecordData::setPresent(int column, bool present)
@@ -43,19 +55,16 @@ void RecordData::setPresent(int column, bool present)
 Field RecordData::field(int column) const
 {
     const FieldDef& def = layout->defs.at(column);
-    const bool textual = def.type == FieldsTypes::Text || def.type == FieldsTypes::BoardList;
     const void* data =
-        textual ? static_cast<const void*>(&texts[column]) : static_cast<const void*>(&cells[column]);
+        isTextual(def) ? static_cast<const void*>(&text(column)) : static_cast<const void*>(&cells[column]);
     return Field(&def, data, &flags[column / 8], 1u << column % 8);
 }
 
 void RecordData::assignValues(const RecordData& other)
 {
-    for (int column = 0; column < columnCount(); ++column) {
-        cells[column] = other.cells[column];
-        texts[column] = other.texts[column];
-    }
-    flags = other.flags;
+    std::copy(other.cells.cbegin(), other.cells.cend(), cells.begin());
+    std::copy(other.texts.cbegin(), other.texts.cend(), texts.begin());
+    std::copy(other.flags.cbegin(), other.flags.cend(), flags.begin());
 }
 
 namespace {
@@ -137,12 +146,78 @@ int compareKeys(const RecordData& a, const RecordData& b)
     case FieldsTypes::DateTime:
         return threeWay(a.cells[0].moment, b.cells[0].moment);
     default:
-        return threeWay(QString::compare(a.texts[0], b.texts[0]), 0);
+        return threeWay(QString::compare(a.text(0), b.text(0)), 0);
+    }
+}
+
+std::vector<int> keyOrder(const std::vector<const RecordData*>& rows)
+{
+    std::vector<int> order(rows.size());
+    const int type = rows.empty() ? 0 : rows.front()->layout->defs.at(0).type;
+    if (type != FieldsTypes::Integer && type != FieldsTypes::Integer64 && type != FieldsTypes::DateTime) {
+        std::iota(order.begin(), order.end(), 0);
+        std::stable_sort(order.begin(), order.end(),
+                         [&](int a, int b) { return compareKeys(*rows[a], *rows[b]) < 0; });
+        return order;
+    }
+    // Integer keys are copied out once: comparing rows in place would read two rows per comparison.
+    std::vector<std::pair<qint64, int>> keys;
+    keys.reserve(rows.size());
+    for (size_t i = 0; i < rows.size(); ++i) {
+        const Cell& key = rows[i]->cells[0];
+        const qint64 value = type == FieldsTypes::Integer     ? key.i32
+                             : type == FieldsTypes::Integer64 ? key.i64
+                                                              : key.moment.toMSecsSinceEpoch();
+        keys.emplace_back(value, static_cast<int>(i));
+    }
+    std::sort(keys.begin(), keys.end()); // the position breaks ties: stable
+    std::transform(keys.cbegin(), keys.cend(), order.begin(), [](const auto& key) { return key.second; });
+    return order;
+}
+
+bool hasUnorderedKey(const RecordData& row)
+{
+    return row.hasValue(0) && row.layout->defs.at(0).type == FieldsTypes::Double &&
+           std::isnan(row.cells[0].real);
+}
+
+bool textFits(const FieldDef& def, int length)
+{
+    return def.type != FieldsTypes::Text || def.length() <= 0 || length <= def.length();
+}
+
+bool convertText(const FieldDef& def, const QStringRef& text, Cell* cell)
+{
+    bool ok = false;
+    switch (def.type) {
+    case FieldsTypes::Integer: {
+        const qint64 integer = text.toLongLong(&ok);
+        ok = ok && integer >= std::numeric_limits<qint32>::min() &&
+             integer <= std::numeric_limits<qint32>::max();
+        cell->i32 = static_cast<qint32>(integer);
+        return ok;
+    }
+    case FieldsTypes::Integer64:
+        cell->i64 = text.toLongLong(&ok);
+        return ok;
+    case FieldsTypes::Double:
+        cell->real = text.toDouble(&ok);
+        return ok;
+    case FieldsTypes::Decimal:
+        return decimal::fromString(QStringView(text), static_cast<short>(def.decimals()), &cell->dec);
+    case FieldsTypes::DateTime:
+        return datetime::fromString(text, &cell->moment);
+    default:
+        return false;
     }
 }
 
 bool convertValue(const FieldDef& def, const QVariant& value, Cell* cell, QString* text)
 {
+    if (value.userType() == QMetaType::QString && !isTextual(def)) {
+        const QString string = value.toString();
+        return convertText(def, QStringRef(&string), cell);
+    }
     switch (def.type) {
     case FieldsTypes::Integer: {
         qint64 integer = 0;
@@ -166,7 +241,7 @@ bool convertValue(const FieldDef& def, const QVariant& value, Cell* cell, QStrin
         if (!value.canConvert<QString>())
             return false;
         *text = value.toString();
-        return def.type != FieldsTypes::Text || def.length() <= 0 || text->size() <= def.length();
+        return textFits(def, text->size());
     case FieldsTypes::DateTime:
         return toDatetime(value, &cell->moment);
     default:
@@ -196,8 +271,10 @@ bool Record::setValue(int column, const QVariant& value)
     QString text;
     if (!convertValue(d->layout->defs.at(column), value, &cell, &text))
         return false;
-    d->cells[column] = cell;
-    d->texts[column] = text;
+    if (isTextual(d->layout->defs.at(column)))
+        d->text(column) = text;
+    else
+        d->cells[column] = cell;
     d->setPresent(column, true);
     return true;
 }
@@ -224,7 +301,7 @@ QVariant Record::value(int column) const
     case FieldsTypes::DateTime:
         return QDateTime::fromMSecsSinceEpoch(cell.moment.toMSecsSinceEpoch(), Qt::UTC);
     default:
-        return d->texts[column];
+        return d->text(column);
     }
 }
 

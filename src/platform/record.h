@@ -41,6 +41,7 @@ public:
 
 private:
     friend class Table;
+    friend struct RecordData;
     explicit Record(QSharedPointer<RecordData> data) : d(std::move(data)) {}
     QSharedPointer<RecordData> d;
 };

@@ -58,6 +58,12 @@ Q_SIGNALS:
     void tableReset();
 
 private:
+    friend class DataStore;
+    bool accepts(const Record& record) const;
+    // insert(); with `adopt` the records themselves become the table's rows (the loader's own
+    // records, which nothing else holds), which saves a copy of every row.
+    QList<Record> insertRows(const QList<Record>& records, bool adopt);
+
     struct Private;
     std::unique_ptr<Private> d;
 };

@@ -64,26 +64,52 @@ class TestPlot2dCommon : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void systemStringShortInCLocale_data()
+    // Each formatter on its own edge cases: `round` is roundValue, `trim` formattedValue and
+    // `system` fromDoubleToSystemStringShort (the tests run with LC_ALL=C.UTF-8, for which Qt groups
+    // thousands with ',').
+    void formattersRoundAndTrim_data()
     {
+        QTest::addColumn<QString>("formatter");
         QTest::addColumn<double>("value");
         QTest::addColumn<int>("decimals");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("trailing zeros") << 1.2500 << 4 << "1.25";
-        // The tests run with LC_ALL=C.UTF-8, for which Qt groups thousands with ','.
-        QTest::newRow("integer zeros kept") << 1200.0 << 0 << "1,200";
-        QTest::newRow("negative zero keeps sign") << -0.0001 << 2 << "-0";
-        QTest::newRow("places capped at 10") << 0.123456789012345 << 15 << "0.123456789";
-        QTest::newRow("negative places mean 0") << 2.7 << -3 << "3";
-        QTest::newRow("rounds at places") << 1.23456 << 3 << "1.235";
+        const auto add = [](const char* tag, const char* formatter, double value, int decimals,
+                            const char* expected) {
+            QTest::newRow(tag) << formatter << value << decimals << expected;
+        };
+        add("round half up", "round", 2.5, 0, "3");
+        add("round negative half up", "round", -2.5, 0, "-2");
+        add("round 1.005 in doubles", "round", 1.005, 2, "1");
+        add("round hundreds", "round", 1234.0, -2, "1200");
+        add("round decimals clamped to 10", "round", 0.123456789012, 40, "0.123456789");
+        add("round infinite input", "round", Inf, 2, "inf");
+        add("round beyond 64 bits", "round", 1e22, 2, "1e+22");
+        add("trim trailing zeros", "trim", 1.25, 4, "1.25");
+        add("trim negative zero repaired", "trim", -0.0004, 2, "0");
+        add("trim negative zero without point kept", "trim", -0.4, 0, "-0");
+        add("trim places capped", "trim", 2.5, 12, "2.5");
+        add("trim negative decimals", "trim", 5.0, -1, "");
+        add("trim NaN untouched", "trim", NaN, 2, "nan");
+        add("system trailing zeros", "system", 1.2500, 4, "1.25");
+        add("system integer zeros kept", "system", 1200.0, 0, "1,200");
+        add("system negative zero keeps sign", "system", -0.0001, 2, "-0");
+        add("system places capped at 10", "system", 0.123456789012345, 15, "0.123456789");
+        add("system negative places mean 0", "system", 2.7, -3, "3");
+        add("system rounds at places", "system", 1.23456, 3, "1.235");
     }
 
-    void systemStringShortInCLocale()
+    void formattersRoundAndTrim()
     {
+        QFETCH(QString, formatter);
         QFETCH(double, value);
         QFETCH(int, decimals);
         QFETCH(QString, expected);
-        QCOMPARE(fromDoubleToSystemStringShort(value, decimals), expected);
+        if (formatter == QLatin1String("round"))
+            QCOMPARE(QString::number(roundValue(value, decimals), 'g', 15), expected);
+        else if (formatter == QLatin1String("trim"))
+            QCOMPARE(formattedValue(value, decimals), expected);
+        else
+            QCOMPARE(fromDoubleToSystemStringShort(value, decimals), expected);
     }
 
     void systemStringShortWithCommaPoint()
@@ -98,49 +124,6 @@ private Q_SLOTS:
         QCOMPARE(child.exitCode(), 0);
         QCOMPARE(QString::fromUtf8(child.readAllStandardOutput()).trimmed(),
                  QStringLiteral("1.234,5|1.200|-0"));
-    }
-
-    void roundValueRounds_data()
-    {
-        QTest::addColumn<double>("value");
-        QTest::addColumn<int>("decimals");
-        QTest::addColumn<double>("expected");
-        QTest::newRow("half up") << 2.5 << 0 << 3.0;
-        QTest::newRow("negative half up") << -2.5 << 0 << -2.0;
-        QTest::newRow("1.005 in doubles") << 1.005 << 2 << 1.0;
-        QTest::newRow("hundreds") << 1234.0 << -2 << 1200.0;
-        QTest::newRow("decimals clamped to 10") << 0.123456789012 << 40 << 0.1234567890;
-        QTest::newRow("infinite input") << Inf << 2 << Inf;
-        QTest::newRow("beyond 64 bits") << 1e22 << 2 << 1e22;
-    }
-
-    void roundValueRounds()
-    {
-        QFETCH(double, value);
-        QFETCH(int, decimals);
-        QFETCH(double, expected);
-        QCOMPARE(roundValue(value, decimals), expected);
-    }
-
-    void formattedValueTrims_data()
-    {
-        QTest::addColumn<double>("value");
-        QTest::addColumn<int>("decimals");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("trailing zeros") << 1.25 << 4 << "1.25";
-        QTest::newRow("negative zero repaired") << -0.0004 << 2 << "0";
-        QTest::newRow("negative zero without point kept") << -0.4 << 0 << "-0";
-        QTest::newRow("places capped") << 2.5 << 12 << "2.5";
-        QTest::newRow("negative decimals") << 5.0 << -1 << "";
-        QTest::newRow("NaN untouched") << NaN << 2 << "nan";
-    }
-
-    void formattedValueTrims()
-    {
-        QFETCH(double, value);
-        QFETCH(int, decimals);
-        QFETCH(QString, expected);
-        QCOMPARE(formattedValue(value, decimals), expected);
     }
 
     void fuzzyComparisons_data()

@@ -4,8 +4,6 @@
 
 #include <qwt_plot_marker.h>
 
-#include <QDataStream>
-
 #include <functional>
 
 using CurveEdit = std::function<void(PriceBased2dPlotCurve*)>;
@@ -79,27 +77,6 @@ private Q_SLOTS:
         QCOMPARE(curve->isValid(), valid);
     }
 
-    void paramsRecord()
-    {
-        std::unique_ptr<PriceBased2dPlotCurve> curve(TestSupport::validCurve(nullptr, "c", 12, {{1, 1}}));
-        curve->QwtPlotCurve::setVisible(false);
-        QByteArray bytes;
-        QDataStream out(&bytes, QIODevice::WriteOnly);
-        curve->write(out);
-        QCOMPARE(bytes, QByteArray::fromHex("01000000000c")); // valid, hidden, type 12, big-endian
-
-        PriceBased2dPlotCurve::CurveParams params;
-        QDataStream in(bytes);
-        PriceBased2dPlotCurve::read(in, params);
-        QVERIFY(params.valid && !params.visible);
-        QCOMPARE(params.dataType, 12);
-
-        QDataStream truncated(bytes.left(5));
-        PriceBased2dPlotCurve::read(truncated, params);
-        QVERIFY(!params.valid && !params.visible);
-        QCOMPARE(params.dataType, 0);
-    }
-
     void showingTheQuoteLine_data()
     {
         QTest::addColumn<QByteArray>("quote");
@@ -126,7 +103,6 @@ private Q_SLOTS:
         interval.max = 95.0;
         plot.setPriceInterval(interval);
         auto* line = TestSupport::validCurve(&plot, QStringLiteral("quote"), 0, {{70.0, 0.0}, {70.0, 1.0}});
-        line->attach(&plot);
         line->setVisible(false);
         QVERIFY(!line->isVisible());
 
@@ -141,7 +117,6 @@ private Q_SLOTS:
         QVERIFY(TestSupport::loadSampleData());
         TestPlot plot;
         auto* curve = TestSupport::validCurve(&plot, QStringLiteral("m"), 13, {});
-        curve->attach(&plot);
 
         // More markers wanted than present: created.
         curve->setMarkerSamples({{{1.0, 2.0}, true}, {{2.0, 3.0}, false}, {{3.0, 5.0}, true}});

@@ -170,33 +170,46 @@ private Q_SLOTS:
         QVERIFY(!isUsableScaleDiv(QwtScaleDiv(5.0, 5.0)));
     }
 
-    void formatsValues_data()
+    // `conversion` is empty (none), "enabled" (no object), "x2", "x-1" or "+100" (an override of
+    // the conversion method, which must be called through the object).
+    void converterAppliesConversionPrecisionUnitAndSign_data()
     {
+        QTest::addColumn<QString>("conversion");
         QTest::addColumn<double>("value");
         QTest::addColumn<int>("precision");
         QTest::addColumn<QString>("unit");
         QTest::addColumn<bool>("plus");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("plain") << 12.5 << 10 << QString() << false << "12.5";
-        QTest::newRow("plus before unit") << 3.0 << 10 << "%" << true << "+3%";
-        QTest::newRow("no plus for zero") << 0.0 << 10 << QString() << true << "0";
-        QTest::newRow("precision") << 1.23456 << 2 << QString() << false << "1.23";
-        QTest::newRow("NaN") << NaN << 10 << "%" << true << "";
-        QTest::newRow("minus infinity") << -Inf << 10 << QString() << false << "";
+        QTest::newRow("plain") << "" << 12.5 << 10 << QString() << false << "12.5";
+        QTest::newRow("plus before unit") << "" << 3.0 << 10 << "%" << true << "+3%";
+        QTest::newRow("no plus for zero") << "" << 0.0 << 10 << QString() << true << "0";
+        QTest::newRow("precision") << "" << 1.23456 << 2 << QString() << false << "1.23";
+        QTest::newRow("NaN") << "" << NaN << 10 << "%" << true << "";
+        QTest::newRow("minus infinity") << "" << -Inf << 10 << QString() << false << "";
+        QTest::newRow("scaled") << "x2" << 5.0 << 10 << QString() << false << "10";
+        QTest::newRow("enabled without object") << "enabled" << 5.0 << 10 << QString() << false << "";
+        QTest::newRow("virtual method") << "+100" << 5.0 << 10 << QString() << true << "+105";
+        QTest::newRow("sign follows converted value") << "x-1" << 5.0 << 10 << QString() << true << "-5";
     }
-
-    void formatsValues()
+    void converterAppliesConversionPrecisionUnitAndSign()
     {
+        QFETCH(QString, conversion);
         QFETCH(double, value);
         QFETCH(int, precision);
         QFETCH(QString, unit);
         QFETCH(bool, plus);
         QFETCH(QString, expected);
-
+        int destroyed = 0;
         PriceBased2dPlotConverter converter;
         converter.setPrecision(precision);
         converter.setMetricUnit(unit);
         converter.setShowPositiveSign(plus);
+        converter.setConversionEnabled(!conversion.isEmpty());
+        converter.setConversionMethod(applyMethod());
+        if (conversion == QLatin1String("+100"))
+            converter.setConvertionObject(new Offset(1.0, &destroyed));
+        else if (conversion.startsWith(QLatin1Char('x')))
+            converter.setConvertionObject(new Scaling(conversion.mid(1).toDouble(), &destroyed));
         QCOMPARE(converter.convertedValue(value), expected);
     }
 
@@ -217,35 +230,6 @@ private Q_SLOTS:
         }
         // The converter frees its last object, and nothing twice.
         QCOMPARE(destroyed(), (QList<int>{1, 2}));
-    }
-
-    void conversionThroughObject_data()
-    {
-        QTest::addColumn<bool>("withObject");
-        QTest::addColumn<bool>("offset");
-        QTest::addColumn<double>("factor");
-        QTest::addColumn<QString>("expected"); // of 5
-        QTest::newRow("scaled") << true << false << 2.0 << "10";
-        QTest::newRow("enabled without object") << false << false << 2.0 << "";
-        QTest::newRow("virtual method") << true << true << 2.0 << "+105";
-        QTest::newRow("sign follows converted value") << true << false << -1.0 << "-5";
-    }
-
-    void conversionThroughObject()
-    {
-        QFETCH(bool, withObject);
-        QFETCH(bool, offset);
-        QFETCH(double, factor);
-        QFETCH(QString, expected);
-        int destroyed = 0;
-        PriceBased2dPlotConverter converter;
-        converter.setConversionEnabled(true);
-        converter.setConversionMethod(applyMethod());
-        converter.setShowPositiveSign(offset);
-        if (withObject)
-            converter.setConvertionObject(offset ? new Offset(factor, &destroyed)
-                                                 : new Scaling(factor, &destroyed));
-        QCOMPARE(converter.convertedValue(5.0), expected);
     }
 };
 

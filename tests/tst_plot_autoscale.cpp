@@ -1,7 +1,5 @@
 #include "testsupport.h"
 
-#include <plot2d/pricebased2dplotlegend.h>
-
 #include <cmath>
 #include <limits>
 

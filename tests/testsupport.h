@@ -57,6 +57,14 @@ PriceBased2dPlotLegend* attachLegend(PriceBased2dPlot* plot);
 // Resizes and shows `widget`; false if it was never exposed.
 bool show(QWidget* widget, const QSize& size = QSize(640, 480));
 
+// Declares a data table's columns in one statement: columns<double, int>({"value", "decimals"}).
+template <typename... T>
+void columns(std::initializer_list<const char*> names)
+{
+    auto name = names.begin();
+    (QTest::addColumn<T>(*name++), ...);
+}
+
 } // namespace TestSupport
 
 // A concrete plot for tests: counts updateCurves() calls.

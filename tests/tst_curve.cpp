@@ -33,9 +33,7 @@ private Q_SLOTS:
 
     void validity_data()
     {
-        QTest::addColumn<int>("type");
-        QTest::addColumn<CurveEdit>("edit");
-        QTest::addColumn<bool>("valid");
+        TestSupport::columns<int, CurveEdit, bool>({"type", "edit", "valid"});
         using C = PriceBased2dPlotCurve;
         QTest::newRow("value curve") << 9 << CurveEdit([](C*) {}) << true;
         QTest::newRow("own rtti") << 9 << CurveEdit([](C*) {}) << false; // built as UserRttiCurve
@@ -79,9 +77,7 @@ private Q_SLOTS:
 
     void showingTheQuoteLine_data()
     {
-        QTest::addColumn<QByteArray>("quote");
-        QTest::addColumn<bool>("selectFuture");
-        QTest::addColumn<bool>("shown");
+        TestSupport::columns<QByteArray, bool, bool>({"quote", "selectFuture", "shown"});
         QTest::newRow("quote") << QByteArray("74.35") << true << true;
         QTest::newRow("zero quote") << QByteArray("0") << true << true;
         QTest::newRow("negative quote") << QByteArray("-1") << true << false;

@@ -159,8 +159,7 @@ private Q_SLOTS:
 
     void restoreAppliesOnlyValidRecords_data()
     {
-        QTest::addColumn<QByteArray>("saved");
-        QTest::addColumn<QStringList>("unticked");
+        TestSupport::columns<QByteArray, QStringList>({"saved", "unticked"});
         const auto row = [](const char* name, const char* hex, const QStringList& unticked) {
             QTest::newRow(name) << QByteArray::fromHex(hex) << unticked;
         };

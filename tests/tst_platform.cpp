@@ -114,9 +114,7 @@ private Q_SLOTS:
     {
         // A row replacing key 10 precedes the faulty line: a late error must not have applied it.
         const QByteArray head = "key:2,name:5:12,price:4:2,moment:6\n10,changed,9.99,\n";
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("position");
-        QTest::addColumn<bool>("failsForNewName");
+        TestSupport::columns<QByteArray, QString, bool>({"content", "position", "failsForNewName"});
         QTest::newRow("bad header") << QByteArray("key:2,name\n1,a\n") << ":1:2: " << true;
         QTest::newRow("duplicate column") << QByteArray("key:2,a:1,a:1\n") << ":1:3: " << true;
         QTest::newRow("columns differ")
@@ -225,8 +223,7 @@ private Q_SLOTS:
 
     void decimalsOfPriceStep_data()
     {
-        QTest::addColumn<QByteArray>("step");
-        QTest::addColumn<int>("decimals");
+        TestSupport::columns<QByteArray, int>({"step", "decimals"});
         QTest::newRow("hundredth") << QByteArray("0.01") << 2;
         QTest::newRow("trailing zeros written") << QByteArray("0.02500") << 3;
         QTest::newRow("none") << QByteArray() << -1;
@@ -296,9 +293,7 @@ private Q_SLOTS:
 
     void maxSessionFilter_data()
     {
-        QTest::addColumn<FilterParams>("filter");
-        QTest::addColumn<QList<double>>("expected");
-        QTest::addColumn<int>("newerSessionRows");
+        TestSupport::columns<FilterParams, QList<double>, int>({"filter", "expected", "newerSessionRows"});
         FilterParams any, board, future, puts, nothing;
         board.boardId = 2;
         future.futIsinId = 8;
@@ -343,9 +338,7 @@ private Q_SLOTS:
 
     void decimalFromDouble_data()
     {
-        QTest::addColumn<double>("value");
-        QTest::addColumn<int>("places");
-        QTest::addColumn<qint64>("mantissa");
+        TestSupport::columns<double, int, qint64>({"value", "places", "mantissa"});
         QTest::newRow("half up") << 2.5 << 0 << qint64(3);
         QTest::newRow("negative half away from zero") << -2.5 << 0 << qint64(-3);
         QTest::newRow("decimal half seen as written") << 0.285 << 2 << qint64(29);
@@ -366,9 +359,7 @@ private Q_SLOTS:
 
     void decimalCompare_data()
     {
-        QTest::addColumn<decimal>("a");
-        QTest::addColumn<decimal>("b");
-        QTest::addColumn<int>("expected");
+        TestSupport::columns<decimal, decimal, int>({"a", "b", "expected"});
         QTest::newRow("equal across scales") << decimal(1250, 2) << decimal(12500000, 6) << 0;
         QTest::newRow("negative") << decimal(-1, 0) << decimal(-99999, 5) << -1;
         QTest::newRow("rescale would overflow 64 bits")
@@ -390,8 +381,7 @@ private Q_SLOTS:
     // Text that is no date-time gives the invalid one (-1 here).
     void datetimeText_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<qint64>("msecs");
+        TestSupport::columns<QString, qint64>({"text", "msecs"});
         QTest::newRow("dotted with millis")
             << "2024.03.15 10:30:00.250" << utcMsecs(2024, 3, 15, 10, 30, 0, 250);
         QTest::newRow("dashed with seconds") << "2024-03-15 23:59:59" << utcMsecs(2024, 3, 15, 23, 59, 59);
@@ -427,8 +417,7 @@ private Q_SLOTS:
 
     void refusedConversionsThrow_data()
     {
-        QTest::addColumn<QByteArray>("column");
-        QTest::addColumn<int>("conversion");
+        TestSupport::columns<QByteArray, int>({"column", "conversion"});
         const int ToInteger = 0, ToDouble = 2, ToDecimal = 3, ToDatetime = 4, ToChar = 5; // conversions[]
         QTest::newRow("decimal of int32") << QByteArray("i32") << int(ToDecimal);
         QTest::newRow("decimal of double") << QByteArray("real") << int(ToDecimal);

@@ -69,10 +69,7 @@ private Q_SLOTS:
     // thousands with ',').
     void formattersRoundAndTrim_data()
     {
-        QTest::addColumn<QString>("formatter");
-        QTest::addColumn<double>("value");
-        QTest::addColumn<int>("decimals");
-        QTest::addColumn<QString>("expected");
+        TestSupport::columns<QString, double, int, QString>({"formatter", "value", "decimals", "expected"});
         const auto add = [](const char* tag, const char* formatter, double value, int decimals,
                             const char* expected) {
             QTest::newRow(tag) << formatter << value << decimals << expected;
@@ -128,10 +125,7 @@ private Q_SLOTS:
 
     void fuzzyComparisons_data()
     {
-        QTest::addColumn<double>("a");
-        QTest::addColumn<double>("b");
-        QTest::addColumn<bool>("scaleDrawEqual");
-        QTest::addColumn<bool>("relativeEqual");
+        TestSupport::columns<double, double, bool, bool>({"a", "b", "scaleDrawEqual", "relativeEqual"});
         QTest::newRow("zeros") << 0.0 << 0.0 << true << true;
         QTest::newRow("1e-9 apart") << 1.0 << 1.000000001 << true << false;
         QTest::newRow("2e-8 apart") << 1.0 << 1.00000002 << false << false;
@@ -174,12 +168,8 @@ private Q_SLOTS:
     // the conversion method, which must be called through the object).
     void converterAppliesConversionPrecisionUnitAndSign_data()
     {
-        QTest::addColumn<QString>("conversion");
-        QTest::addColumn<double>("value");
-        QTest::addColumn<int>("precision");
-        QTest::addColumn<QString>("unit");
-        QTest::addColumn<bool>("plus");
-        QTest::addColumn<QString>("expected");
+        TestSupport::columns<QString, double, int, QString, bool, QString>(
+            {"conversion", "value", "precision", "unit", "plus", "expected"});
         QTest::newRow("plain") << "" << 12.5 << 10 << QString() << false << "12.5";
         QTest::newRow("plus before unit") << "" << 3.0 << 10 << "%" << true << "+3%";
         QTest::newRow("no plus for zero") << "" << 0.0 << 10 << QString() << true << "0";

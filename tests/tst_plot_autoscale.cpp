@@ -52,12 +52,8 @@ private Q_SLOTS:
 
     void axisRequestsAreGuarded_data()
     {
-        QTest::addColumn<int>("axis");
-        QTest::addColumn<double>("min");
-        QTest::addColumn<double>("max");
-        QTest::addColumn<double>("xMax");
-        QTest::addColumn<double>("yMin");
-        QTest::addColumn<bool>("lineStretched");
+        TestSupport::columns<int, double, double, double, double, bool>(
+            {"axis", "min", "max", "xMax", "yMin", "lineStretched"});
         const int x = QwtPlot::xBottom;
         const int y = QwtPlot::yLeft;
         QTest::newRow("x") << x << 12.0 << 18.0 << 18.0 << 0.0 << false;

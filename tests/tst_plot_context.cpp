@@ -55,8 +55,7 @@ private Q_SLOTS:
 
     void missingColumnsAreFatal_data()
     {
-        QTest::addColumn<QString>("childArg");
-        QTest::addColumn<QString>("positions");
+        TestSupport::columns<QString, QString>({"childArg", "positions"});
         QString all;
         for (int i = 0; i < 21; ++i)
             all += QString::number(i) + QLatin1Char(' ');
@@ -149,12 +148,8 @@ private Q_SLOTS:
 
     void quoteIsRealThenCurrentThenOldThenMiddle_data()
     {
-        QTest::addColumn<QByteArray>("real");
-        QTest::addColumn<QByteArray>("cur");
-        QTest::addColumn<QByteArray>("old");
-        QTest::addColumn<double>("min");
-        QTest::addColumn<double>("max");
-        QTest::addColumn<double>("expected");
+        TestSupport::columns<QByteArray, QByteArray, QByteArray, double, double, double>(
+            {"real", "cur", "old", "min", "max", "expected"});
         const auto add = [](const char* tag, const char* real, const char* cur, const char* old, double min,
                             double max, double expected) {
             QTest::newRow(tag) << QByteArray(real) << QByteArray(cur) << QByteArray(old) << min << max
@@ -187,11 +182,8 @@ private Q_SLOTS:
 
     void volatilityBoundsAreOrderedAndDefaulted_data()
     {
-        QTest::addColumn<QByteArray>("sectype");
-        QTest::addColumn<QByteArray>("low");
-        QTest::addColumn<QByteArray>("high");
-        QTest::addColumn<double>("expectedLow");
-        QTest::addColumn<double>("expectedHigh");
+        TestSupport::columns<QByteArray, QByteArray, QByteArray, double, double>(
+            {"sectype", "low", "high", "expectedLow", "expectedHigh"});
         const auto add = [](const char* tag, const char* type, const char* low, const char* high, double l,
                             double h) {
             QTest::newRow(tag) << QByteArray(type) << QByteArray(low) << QByteArray(high) << l << h;

@@ -126,8 +126,7 @@ private Q_SLOTS:
 
     void wheelOverCanvasZoomsBothAboutTheCursor_data()
     {
-        QTest::addColumn<int>("delta");
-        QTest::addColumn<double>("factor");
+        TestSupport::columns<int, double>({"delta", "factor"});
         QTest::newRow("one notch") << 120 << 0.9;
         QTest::newRow("one notch out") << -120 << 1.1;
     }

@@ -53,11 +53,8 @@ private Q_SLOTS:
     // empty) and a flat Y range where widening by one unit changes nothing.
     void undividableRequestKeepsTheRange_data()
     {
-        QTest::addColumn<int>("axis");
-        QTest::addColumn<double>("min");
-        QTest::addColumn<double>("max");
-        QTest::addColumn<double>("step");
-        QTest::addColumn<QwtInterval>("expected");
+        TestSupport::columns<int, double, double, double, QwtInterval>(
+            {"axis", "min", "max", "step", "expected"});
         const int x = QwtPlot::xBottom, y = QwtPlot::yLeft;
         const QwtInterval kept(10.0, 20.0);
         for (int axis : {x, y}) {
@@ -137,8 +134,7 @@ private Q_SLOTS:
     // the labels are thinned (caught by UBSan in the sanitizer build).
     void quoteFarOutsideTheAxis_data()
     {
-        QTest::addColumn<double>("quote");
-        QTest::addColumn<bool>("enabled");
+        TestSupport::columns<double, bool>({"quote", "enabled"});
         QTest::newRow("1e15 hidden") << 1e15 << false;
         QTest::newRow("1e15 shown") << 1e15 << true;
         QTest::newRow("-1e15 hidden") << -1e15 << false;

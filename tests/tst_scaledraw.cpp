@@ -105,9 +105,7 @@ private Q_SLOTS:
 
     void unusableRescaleFactorLeavesDivisionAlone_data()
     {
-        QTest::addColumn<qlonglong>("mantissa");
-        QTest::addColumn<int>("decimals");
-        QTest::addColumn<int>("strikeDecimals");
+        TestSupport::columns<qlonglong, int, int>({"mantissa", "decimals", "strikeDecimals"});
         QTest::newRow("zero factor") << 0LL << 2 << 5;
         QTest::newRow("within the last place of a major") << 99999999LL << 6 << 5;
         QTest::newRow("below x1") << 5400LL << 2 << 5;
@@ -161,10 +159,7 @@ private Q_SLOTS:
     // where no length is given.
     void sharedDigitsOfTwoLabels_data()
     {
-        QTest::addColumn<double>("a");
-        QTest::addColumn<double>("b");
-        QTest::addColumn<int>("length");
-        QTest::addColumn<int>("expected");
+        TestSupport::columns<double, double, int, int>({"a", "b", "length", "expected"});
         QTest::newRow("integer, two shared") << 1234.0 << 1256.0 << 4 << 2;
         QTest::newRow("integer, none shared") << 1234.0 << 2234.0 << 4 << 0;
         QTest::newRow("integer, all but last") << 123451.0 << 123459.0 << 6 << 5;
@@ -191,8 +186,7 @@ private Q_SLOTS:
 
     void equalDigitsNumOverLabelPairs_data()
     {
-        QTest::addColumn<QList<double>>("labels");
-        QTest::addColumn<int>("expected");
+        TestSupport::columns<QList<double>, int>({"labels", "expected"});
         QTest::newRow("shared fraction") << QList<double>{1234.5671, 1234.5689} << 6;
         QTest::newRow("length change resets") << QList<double>{10.51, 10.52, 100.5} << 0;
         QTest::newRow("raised after reset") << QList<double>{9.5, 10.5, 10.6} << 2;

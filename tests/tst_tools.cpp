@@ -90,9 +90,7 @@ private Q_SLOTS:
 
     void pickerPicksOnlyWithAPriceStep_data()
     {
-        QTest::addColumn<QByteArray>("priceStepField");
-        QTest::addColumn<bool>("selectFuture");
-        QTest::addColumn<double>("expected");
+        TestSupport::columns<QByteArray, bool, double>({"priceStepField", "selectFuture", "expected"});
         QTest::newRow("futures price step") << QByteArray("0.5") << true << 0.5;
         QTest::newRow("null price step") << QByteArray() << true << 0.0;
         QTest::newRow("no futures") << QByteArray("0.5") << false << -1.0;
@@ -118,8 +116,7 @@ private Q_SLOTS:
     // The mouse price snaps to the price step of 0.5 with qRound's rule before the search.
     void mousePriceSnapsToThePriceStep_data()
     {
-        QTest::addColumn<double>("mousePrice");
-        QTest::addColumn<int>("index");
+        TestSupport::columns<double, int>({"mousePrice", "index"});
         QTest::newRow("101.26 to 101.5") << 101.26 << 5;
         QTest::newRow("101.24 to 101") << 101.24 << 4;
         QTest::newRow("-0.25 to 0") << -0.25 << 1;
@@ -149,9 +146,7 @@ private Q_SLOTS:
     // Samples (1, 5), (2, 7), (20, 5); distances are sums of absolute percentages of the spans.
     void closestPointBySpanPercentages_data()
     {
-        QTest::addColumn<ClosestPointCalcParams>("params");
-        QTest::addColumn<int>("index");
-        QTest::addColumn<double>("distance");
+        TestSupport::columns<ClosestPointCalcParams, int, double>({"params", "index", "distance"});
         QTest::newRow("percent sum") << ClosestPointCalcParams{0, 10, 0, 10, 2, 6} << 1 << 10.0;
         QTest::newRow("nearest sample outside") << ClosestPointCalcParams{0, 10, 0, 10, 20, 5} << 0 << 190.0;
         QTest::newRow("zero y span unscaled") << ClosestPointCalcParams{0, 10, 5, 5, 1, 0.3} << 0 << 0.3;
@@ -184,11 +179,8 @@ private Q_SLOTS:
 
     void minStepPointsUpToTheCap_data()
     {
-        QTest::addColumn<double>("from");
-        QTest::addColumn<double>("to");
-        QTest::addColumn<double>("step");
-        QTest::addColumn<int>("count");
-        QTest::addColumn<QList<double>>("expected");
+        TestSupport::columns<double, double, double, int, QList<double>>(
+            {"from", "to", "step", "count", "expected"});
         QTest::newRow("exact end") << 1.0 << 2.0 << 0.25 << 5 << QList<double>{1, 1.25, 1.5, 1.75, 2};
         QTest::newRow("fuzzy end included") << 0.1 << 0.3 << 0.1 << 3 << QList<double>{0.1, 0.2, 0.3};
         QTest::newRow("step wider than width") << 1.0 << 1.5 << 2.0 << 0 << QList<double>{};
@@ -211,9 +203,8 @@ private Q_SLOTS:
 
     void priceIntervalFromStrikes_data()
     {
-        QTest::addColumn<QStringList>("strikes");
-        QTest::addColumn<QByteArray>("optionPriceStep");
-        QTest::addColumn<PriceInterval>("expected");
+        TestSupport::columns<QStringList, QByteArray, PriceInterval>(
+            {"strikes", "optionPriceStep", "expected"});
         QTest::newRow("one strike") << QStringList{"100"} << QByteArray("0.01") << PriceInterval::empty();
         QTest::newRow("uneven strikes")
             << QStringList{"100", "105", "120"} << QByteArray("0.01") << interval(100, 120, 5);
@@ -271,10 +262,7 @@ private Q_SLOTS:
     // view, every price step when few strikes are visible, ten beyond the strikes.
     void plotPointsRefineWithTheView_data()
     {
-        QTest::addColumn<double>("lo");
-        QTest::addColumn<double>("hi");
-        QTest::addColumn<bool>("refine");
-        QTest::addColumn<int>("count");
+        TestSupport::columns<double, double, bool, int>({"lo", "hi", "refine", "count"});
         QTest::newRow("framed by 130 and 190") << 140.0 << 180.0 << false << 11 + 6 * 17;
         QTest::newRow("framed by 130 and 150") << 140.0 << 141.5 << false << 11 + 2 * 50;
         QTest::newRow("a hundred price steps") << 140.0 << 141.0 << false << 10001;

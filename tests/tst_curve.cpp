@@ -31,7 +31,7 @@ class TestCurve : public QObject
 private Q_SLOTS:
     void cleanup() { TestSupport::clearData(); }
 
-    void validity_data()
+    void validityRulesOfCurves_data()
     {
         TestSupport::columns<int, CurveEdit, bool>({"type", "edit", "valid"});
         using C = PriceBased2dPlotCurve;
@@ -57,7 +57,7 @@ private Q_SLOTS:
         }) << false;
     }
 
-    void validity()
+    void validityRulesOfCurves()
     {
         QFETCH(int, type);
         QFETCH(CurveEdit, edit);
@@ -75,7 +75,7 @@ private Q_SLOTS:
         QCOMPARE(curve->isValid(), valid);
     }
 
-    void showingTheQuoteLine_data()
+    void quoteLineShowsOnlyWithAQuote_data()
     {
         TestSupport::columns<QByteArray, bool, bool>({"quote", "selectFuture", "shown"});
         QTest::newRow("quote") << QByteArray("74.35") << true << true;
@@ -84,7 +84,7 @@ private Q_SLOTS:
         QTest::newRow("no future") << QByteArray("74.35") << false << false;
     }
 
-    void showingTheQuoteLine()
+    void quoteLineShowsOnlyWithAQuote()
     {
         QFETCH(QByteArray, quote);
         QFETCH(bool, selectFuture);
@@ -108,7 +108,7 @@ private Q_SLOTS:
         QCOMPARE(plot.xScaleDraw()->curKotir(), shown ? quote.toDouble() : -7.0);
     }
 
-    void markersFollowSamples()
+    void markersFollowMarkerSamples()
     {
         QVERIFY(TestSupport::loadSampleData());
         TestPlot plot;

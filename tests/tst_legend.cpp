@@ -170,6 +170,8 @@ private Q_SLOTS:
         row("first of a type wins", "00000001 00000005 00000002 0101 0000000a 0100 0000000a", {});
         row("invalid skipped", "00000001 00000005 00000002 0001 0000000a 0100 0000000a", {"Gamma"});
         row("truncated record", "00000001 00000005 00000002 0100 00000009 0100 00", {"Delta"});
+        // Found by fuzzing: a count far beyond the data kept restore looping for billions of records.
+        row("huge count", "00000001 00000005 7fffffff 0100 00000009", {"Delta"});
         // Gamma's type is ambiguous once Theta shares it, and Vega is unticked already.
         row("shared type and settled row", "00000001 00000005 00000002 0100 0000000a 0100 0000000b",
             {"Vega"});

@@ -87,7 +87,7 @@ private Q_SLOTS:
     void initTestCase() { QVERIFY(m_dir.isValid()); }
     void cleanup() { TestSupport::clearData(); }
 
-    void loadCsvCreatesTable()
+    void loadCsvReadsTypedCellsAndNulls()
     {
         QSignalSpy added(store(), &DataStore::tableAdded);
         Table* table = load(s_quotes);
@@ -200,7 +200,7 @@ private Q_SLOTS:
         QVERIFY(!has);
     }
 
-    void directoriesOverSampleData()
+    void directoriesLookTheTablesUpOnEachCall()
     {
         QString error;
         QVERIFY2(TestSupport::loadSampleData(&error), qPrintable(error));
@@ -221,25 +221,7 @@ private Q_SLOTS:
         QVERIFY(!BoardDirectory::i()->isAnonymById(1, 1));
     }
 
-    void decimalsOfPriceStep_data()
-    {
-        TestSupport::columns<QByteArray, int>({"step", "decimals"});
-        QTest::newRow("hundredth") << QByteArray("0.01") << 2;
-        QTest::newRow("trailing zeros written") << QByteArray("0.02500") << 3;
-        QTest::newRow("none") << QByteArray() << -1;
-    }
-    void decimalsOfPriceStep()
-    {
-        QFETCH(QByteArray, step);
-        QFETCH(int, decimals);
-        const QString path =
-            TestSupport::writeFile(m_dir.path(), QStringLiteral("securities.csv"),
-                                   "sec_id:2,stock_id:1,board_id:1,price_step:4:5\n7,1,3," + step + "\n");
-        QVERIFY(ICore::instance()->dataStore()->loadCsv(QStringLiteral("securities"), path));
-        QCOMPARE(SecurityDirectory::i()->decimalsById(1, 3, 7), decimals);
-    }
-
-    void strikeModelFollowsTable()
+    void strikeModelFollowsTableChangesInPlace()
     {
         Table* table = loadOptions("1,O,BR,100,5,1,9,2027-01-25,C\n"
                                    "2,O,BR,110,5,1,9,2027-01-25,C\n"
@@ -291,7 +273,7 @@ private Q_SLOTS:
         QCOMPARE(model.minStep(), 0.0);
     }
 
-    void maxSessionFilter_data()
+    void maxSessionModelShowsTheNewestSessionFiltered_data()
     {
         TestSupport::columns<FilterParams, QList<double>, int>({"filter", "expected", "newerSessionRows"});
         FilterParams any, board, future, puts, nothing;
@@ -305,7 +287,7 @@ private Q_SLOTS:
         QTest::newRow("puts") << puts << QList<double>({65, 80}) << 1;
         QTest::newRow("older session only") << nothing << QList<double>() << 0;
     }
-    void maxSessionFilter()
+    void maxSessionModelShowsTheNewestSessionFiltered()
     {
         QFETCH(FilterParams, filter);
         QFETCH(QList<double>, expected);
@@ -336,7 +318,7 @@ private Q_SLOTS:
         QCOMPARE(model.rowCount(), newerSessionRows);
     }
 
-    void decimalFromDouble_data()
+    void decimalFromDoubleRoundsHalfAwayFromZero_data()
     {
         TestSupport::columns<double, int, qint64>({"value", "places", "mantissa"});
         QTest::newRow("half up") << 2.5 << 0 << qint64(3);
@@ -347,7 +329,7 @@ private Q_SLOTS:
         QTest::newRow("nan") << std::numeric_limits<double>::quiet_NaN() << 2 << qint64(0);
         QTest::newRow("out of range") << 1e17 << 5 << qint64(0);
     }
-    void decimalFromDouble()
+    void decimalFromDoubleRoundsHalfAwayFromZero()
     {
         QFETCH(double, value);
         QFETCH(int, places);
@@ -357,7 +339,7 @@ private Q_SLOTS:
         QCOMPARE(int(result.decimals()), places);
     }
 
-    void decimalCompare_data()
+    void decimalCompareAcrossScales_data()
     {
         TestSupport::columns<decimal, decimal, int>({"a", "b", "expected"});
         QTest::newRow("equal across scales") << decimal(1250, 2) << decimal(12500000, 6) << 0;
@@ -369,7 +351,7 @@ private Q_SLOTS:
         QTest::newRow("scales 30 apart, coarse zero") << decimal(0, 0) << decimal(-5, 30) << 1;
         QTest::newRow("zero against zero") << decimal(0, 3) << decimal::zero << 0;
     }
-    void decimalCompare()
+    void decimalCompareAcrossScales()
     {
         QFETCH(decimal, a);
         QFETCH(decimal, b);
@@ -379,7 +361,7 @@ private Q_SLOTS:
     }
 
     // Text that is no date-time gives the invalid one (-1 here).
-    void datetimeText_data()
+    void datetimeReadsDashedAndDottedText_data()
     {
         TestSupport::columns<QString, qint64>({"text", "msecs"});
         QTest::newRow("dotted with millis")
@@ -390,7 +372,7 @@ private Q_SLOTS:
         QTest::newRow("dashed without seconds") << "2024-03-15 10:30" << qint64(-1);
         QTest::newRow("impossible date") << "2024-02-30" << qint64(-1);
     }
-    void datetimeText()
+    void datetimeReadsDashedAndDottedText()
     {
         QFETCH(QString, text);
         QFETCH(qint64, msecs);
@@ -400,7 +382,7 @@ private Q_SLOTS:
         QCOMPARE(datetime(text).toMSecsSinceEpoch(), msecs != -1 ? msecs : invalid.toMSecsSinceEpoch());
     }
 
-    void fieldConversions()
+    void fieldsWidenAndSaturate()
     {
         QCOMPARE(value(1, "i64").toInteger(), std::numeric_limits<int>::max());
         QCOMPARE(value(2, "i64").toInteger(), std::numeric_limits<int>::min());

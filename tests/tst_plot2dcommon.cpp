@@ -109,7 +109,7 @@ private Q_SLOTS:
             QCOMPARE(fromDoubleToSystemStringShort(value, decimals), expected);
     }
 
-    void systemStringShortWithCommaPoint()
+    void systemStringFollowsTheLocale()
     {
         QProcess child;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -123,7 +123,7 @@ private Q_SLOTS:
                  QStringLiteral("1.234,5|1.200|-0"));
     }
 
-    void fuzzyComparisons_data()
+    void fuzzyComparisonsKeepTheirTolerances_data()
     {
         TestSupport::columns<double, double, bool, bool>({"a", "b", "scaleDrawEqual", "relativeEqual"});
         QTest::newRow("zeros") << 0.0 << 0.0 << true << true;
@@ -133,7 +133,7 @@ private Q_SLOTS:
         QTest::newRow("NaN") << NaN << 1.0 << false << false;
     }
 
-    void fuzzyComparisons()
+    void fuzzyComparisonsKeepTheirTolerances()
     {
         QFETCH(double, a);
         QFETCH(double, b);
@@ -145,7 +145,7 @@ private Q_SLOTS:
         QCOMPARE(fuzzyEqual(b, a), relativeEqual);
     }
 
-    void intervalsAndDivisions()
+    void roundingSaturatesAndIntervalsNeedOrder()
     {
         QCOMPARE(roundHalfUp64(2.5), Q_INT64_C(3));
         QCOMPARE(roundHalfUp64(-2.5), Q_INT64_C(-2));
@@ -203,7 +203,7 @@ private Q_SLOTS:
         QCOMPARE(converter.convertedValue(value), expected);
     }
 
-    void conversionObjectIsOwned()
+    void converterOwnsItsConversionObject()
     {
         int first = 0, second = 0;
         const auto destroyed = [&] { return QList<int>{first, second}; };

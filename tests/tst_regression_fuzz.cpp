@@ -3,7 +3,6 @@
 #include <plot2d/pricebased2dplotscaledraw.h>
 #include <plot2d/pricebased2dplotscaleengine.h>
 
-#include <QDataStream>
 #include <QPainter>
 
 #include <algorithm>
@@ -25,28 +24,6 @@ class TestRegressionFuzz : public QObject
 private Q_SLOTS:
     void initTestCase() { QVERIFY(TestSupport::loadSampleData()); }
     void cleanupTestCase() { TestSupport::clearData(); }
-
-    // A saved legend value that announces far more records than it holds: the records after the
-    // end of the data read as invalid, and restoring must neither hang nor change another row.
-    void legendRestoreWithHugeCountAppliesThePresentRecord()
-    {
-        TestPlot plot;
-        plot.setIsinId(1001);
-        TestSupport::validCurve(&plot, QStringLiteral("Delta"), 9, {{60.0, 1.0}, {90.0, 2.0}});
-        PriceBased2dPlotLegend* legend = TestSupport::attachLegend(&plot);
-        QSignalSpy visibility(legend, &PriceBased2dPlotLegend::visibilityChanged);
-        QByteArray value;
-        QDataStream out(&value, QIODevice::WriteOnly);
-        out << qint32(1) << qint32(5) << std::numeric_limits<qint32>::max() << true << false << qint32(9);
-        Settings settings;
-        settings.setValue(QStringLiteral("legendItemKeys"), value);
-        legend->restore(settings);
-
-        bool found = false;
-        QVERIFY(!legend->isCheckBoxChecked(QStringLiteral("Delta"), &found));
-        QVERIFY(found);
-        QCOMPARE(visibility.count(), 1);
-    }
 
     // Requests Qwt cannot divide keep the previous range: a non-finite step (Qwt's tick builder
     // grew a list without end), a range a few denormals wide (not fuzzy flat, but left the axis

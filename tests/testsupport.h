@@ -14,6 +14,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <tuple>
+
 namespace TestSupport {
 
 // Fixed font (DejaVu Sans, 9 pt) for the application, so label geometry does not depend on the
@@ -63,6 +65,14 @@ void columns(std::initializer_list<const char*> names)
 {
     auto name = names.begin();
     (QTest::addColumn<T>(*name++), ...);
+}
+
+// The current row's values of the named columns: auto [a, b] = fetch<double, int>({"a", "b"}).
+template <typename... T>
+std::tuple<T...> fetch(std::initializer_list<const char*> names)
+{
+    auto name = names.begin();
+    return std::tuple<T...>{*static_cast<T*>(QTest::qData(*name++, qMetaTypeId<T>()))...};
 }
 
 } // namespace TestSupport

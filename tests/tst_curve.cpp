@@ -59,9 +59,7 @@ private Q_SLOTS:
 
     void validityRulesOfCurves()
     {
-        QFETCH(int, type);
-        QFETCH(CurveEdit, edit);
-        QFETCH(bool, valid);
+        const auto [type, edit, valid] = TestSupport::fetch<int, CurveEdit, bool>({"type", "edit", "valid"});
         const bool ownRtti = QByteArray(QTest::currentDataTag()) == "own rtti";
         std::unique_ptr<PriceBased2dPlotCurve> curve(
             ownRtti ? new UserRttiCurve(nullptr, QStringLiteral("c"))
@@ -86,9 +84,8 @@ private Q_SLOTS:
 
     void quoteLineShowsOnlyWithAQuote()
     {
-        QFETCH(QByteArray, quote);
-        QFETCH(bool, selectFuture);
-        QFETCH(bool, shown);
+        const auto [quote, selectFuture, shown] =
+            TestSupport::fetch<QByteArray, bool, bool>({"quote", "selectFuture", "shown"});
         QVERIFY(TestSupport::load(
             m_dir, TestSupport::row({{"sec_id", "1"}, {"isin_id", "1001"}, {"cur_kotir", quote}})));
         TestPlot plot;

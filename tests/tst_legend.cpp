@@ -178,8 +178,7 @@ private Q_SLOTS:
     }
     void restoreAppliesOnlyValidRecords()
     {
-        QFETCH(QByteArray, saved);
-        QFETCH(QStringList, unticked);
+        const auto [saved, unticked] = TestSupport::fetch<QByteArray, QStringList>({"saved", "unticked"});
         LegendFixture f;
         const bool shared = unticked == QStringList{"Vega"};
         if (shared) {

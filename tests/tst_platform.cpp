@@ -128,9 +128,8 @@ private Q_SLOTS:
     }
     void loadCsvErrorsChangeNothing()
     {
-        QFETCH(QByteArray, content);
-        QFETCH(QString, position);
-        QFETCH(bool, failsForNewName);
+        const auto [content, position, failsForNewName] =
+            TestSupport::fetch<QByteArray, QString, bool>({"content", "position", "failsForNewName"});
         Table* table = load(s_quotes);
         QVERIFY(table);
         const QStringList before = dump(table);
@@ -289,9 +288,8 @@ private Q_SLOTS:
     }
     void maxSessionModelShowsTheNewestSessionFiltered()
     {
-        QFETCH(FilterParams, filter);
-        QFETCH(QList<double>, expected);
-        QFETCH(int, newerSessionRows);
+        const auto [filter, expected, newerSessionRows] =
+            TestSupport::fetch<FilterParams, QList<double>, int>({"filter", "expected", "newerSessionRows"});
         Table* table = loadOptions("1,O,BR,50,5,1,7,2027-01-25,C\n"
                                    "2,O,BR,55,5,1,7,2027-01-25,P\n"
                                    "3,O,BR,60,6,1,8,2027-02-25,C\n"
@@ -331,9 +329,8 @@ private Q_SLOTS:
     }
     void decimalFromDoubleRoundsHalfAwayFromZero()
     {
-        QFETCH(double, value);
-        QFETCH(int, places);
-        QFETCH(qint64, mantissa);
+        const auto [value, places, mantissa] =
+            TestSupport::fetch<double, int, qint64>({"value", "places", "mantissa"});
         const decimal result = decimal::fromDouble(value, static_cast<short>(places));
         QCOMPARE(result.mantissa(), mantissa);
         QCOMPARE(int(result.decimals()), places);
@@ -353,9 +350,7 @@ private Q_SLOTS:
     }
     void decimalCompareAcrossScales()
     {
-        QFETCH(decimal, a);
-        QFETCH(decimal, b);
-        QFETCH(int, expected);
+        const auto [a, b, expected] = TestSupport::fetch<decimal, decimal, int>({"a", "b", "expected"});
         QCOMPARE(decimal::compare(a, b), expected);
         QCOMPARE(decimal::compare(b, a), -expected);
     }
@@ -374,8 +369,7 @@ private Q_SLOTS:
     }
     void datetimeReadsDashedAndDottedText()
     {
-        QFETCH(QString, text);
-        QFETCH(qint64, msecs);
+        const auto [text, msecs] = TestSupport::fetch<QString, qint64>({"text", "msecs"});
         QDateTime invalid;
         invalid.setTimeSpec(Qt::UTC);
         QCOMPARE(datetime::isValidText(text), msecs != -1);
@@ -410,8 +404,7 @@ private Q_SLOTS:
     }
     void refusedConversionsThrow()
     {
-        QFETCH(QByteArray, column);
-        QFETCH(int, conversion);
+        const auto [column, conversion] = TestSupport::fetch<QByteArray, int>({"column", "conversion"});
         const Field present = value(1, column.constData());
         const Field null = value(3, column.constData());
         using Conversion = std::function<QVariant(const Field&)>;

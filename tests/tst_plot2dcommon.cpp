@@ -97,10 +97,8 @@ private Q_SLOTS:
 
     void formattersRoundAndTrim()
     {
-        QFETCH(QString, formatter);
-        QFETCH(double, value);
-        QFETCH(int, decimals);
-        QFETCH(QString, expected);
+        const auto [formatter, value, decimals, expected] =
+            TestSupport::fetch<QString, double, int, QString>({"formatter", "value", "decimals", "expected"});
         if (formatter == QLatin1String("round"))
             QCOMPARE(QString::number(roundValue(value, decimals), 'g', 15), expected);
         else if (formatter == QLatin1String("trim"))
@@ -135,10 +133,8 @@ private Q_SLOTS:
 
     void fuzzyComparisonsKeepTheirTolerances()
     {
-        QFETCH(double, a);
-        QFETCH(double, b);
-        QFETCH(bool, scaleDrawEqual);
-        QFETCH(bool, relativeEqual);
+        const auto [a, b, scaleDrawEqual, relativeEqual] =
+            TestSupport::fetch<double, double, bool, bool>({"a", "b", "scaleDrawEqual", "relativeEqual"});
         QCOMPARE(scaleDrawFuzzyCompare(a, b), scaleDrawEqual);
         QCOMPARE(scaleDrawFuzzyCompare(b, a), scaleDrawEqual);
         QCOMPARE(fuzzyEqual(a, b), relativeEqual);
@@ -183,12 +179,9 @@ private Q_SLOTS:
     }
     void converterAppliesConversionPrecisionUnitAndSign()
     {
-        QFETCH(QString, conversion);
-        QFETCH(double, value);
-        QFETCH(int, precision);
-        QFETCH(QString, unit);
-        QFETCH(bool, plus);
-        QFETCH(QString, expected);
+        const auto [conversion, value, precision, unit, plus, expected] =
+            TestSupport::fetch<QString, double, int, QString, bool, QString>(
+                {"conversion", "value", "precision", "unit", "plus", "expected"});
         int destroyed = 0;
         PriceBased2dPlotConverter converter;
         converter.setPrecision(precision);

@@ -67,12 +67,9 @@ private Q_SLOTS:
 
     void axisRequestsAreGuarded()
     {
-        QFETCH(int, axis);
-        QFETCH(double, min);
-        QFETCH(double, max);
-        QFETCH(double, xMax);
-        QFETCH(double, yMin);
-        QFETCH(bool, lineStretched);
+        const auto [axis, min, max, xMax, yMin, lineStretched] =
+            TestSupport::fetch<int, double, double, double, double, bool>(
+                {"axis", "min", "max", "xMax", "yMin", "lineStretched"});
         auto* line = validCurve(m_plot.get(), QStringLiteral("q"), 0, {{15.0, 3.0}, {15.0, 4.0}});
         m_plot->setAxisScale(axis, min, max, 0.0);
         m_plot->updateAxes();

@@ -66,8 +66,7 @@ private Q_SLOTS:
 
     void missingColumnsAreFatal()
     {
-        QFETCH(QString, childArg);
-        QFETCH(QString, positions);
+        const auto [childArg, positions] = TestSupport::fetch<QString, QString>({"childArg", "positions"});
         QProcess child;
         child.start(QCoreApplication::applicationFilePath(), {childArg});
         QVERIFY(child.waitForFinished(60000));
@@ -165,12 +164,9 @@ private Q_SLOTS:
 
     void quoteIsRealThenCurrentThenOldThenMiddle()
     {
-        QFETCH(QByteArray, real);
-        QFETCH(QByteArray, cur);
-        QFETCH(QByteArray, old);
-        QFETCH(double, min);
-        QFETCH(double, max);
-        QFETCH(double, expected);
+        const auto [real, cur, old, min, max, expected] =
+            TestSupport::fetch<QByteArray, QByteArray, QByteArray, double, double, double>(
+                {"real", "cur", "old", "min", "max", "expected"});
         const Record record = future({{"cur_kotir_real", real}, {"cur_kotir", cur}, {"old_kotir", old}});
         TestPlot plot(false);
         PriceInterval interval;
@@ -198,11 +194,9 @@ private Q_SLOTS:
 
     void volatilityBoundsAreOrderedAndDefaulted()
     {
-        QFETCH(QByteArray, sectype);
-        QFETCH(QByteArray, low);
-        QFETCH(QByteArray, high);
-        QFETCH(double, expectedLow);
-        QFETCH(double, expectedHigh);
+        const auto [sectype, low, high, expectedLow, expectedHigh] =
+            TestSupport::fetch<QByteArray, QByteArray, QByteArray, double, double>(
+                {"sectype", "low", "high", "expectedLow", "expectedHigh"});
         const Record record = future({{"sectype", sectype}, {"volat_min", low}, {"volat_max", high}});
         TestPlot plot(false);
         QCOMPARE(plot.volatMinMax(record), std::make_pair(expectedLow, expectedHigh));

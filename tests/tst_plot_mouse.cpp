@@ -133,8 +133,7 @@ private Q_SLOTS:
 
     void wheelOverCanvasZoomsBothAboutTheCursor()
     {
-        QFETCH(int, delta);
-        QFETCH(double, factor);
+        const auto [delta, factor] = TestSupport::fetch<int, double>({"delta", "factor"});
         QVERIFY(setUpPlot());
         const QPoint pos = canvasPointFor(150.0, 0.0);
         const QPointF anchor = m_picker->transformedPoint(pos);

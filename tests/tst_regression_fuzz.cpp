@@ -48,11 +48,9 @@ private Q_SLOTS:
     }
     void undividableRequestKeepsTheRange()
     {
-        QFETCH(int, axis);
-        QFETCH(double, min);
-        QFETCH(double, max);
-        QFETCH(double, step);
-        QFETCH(QwtInterval, expected);
+        const auto [axis, min, max, step, expected] =
+            TestSupport::fetch<int, double, double, double, QwtInterval>(
+                {"axis", "min", "max", "step", "expected"});
         TestPlot plot;
         plot.resize(480, 320);
         plot.setAxisScale(axis, 10.0, 20.0);
@@ -120,8 +118,7 @@ private Q_SLOTS:
     }
     void quoteFarOutsideTheAxis()
     {
-        QFETCH(double, quote);
-        QFETCH(bool, enabled);
+        const auto [quote, enabled] = TestSupport::fetch<double, bool>({"quote", "enabled"});
         TestPlot plot;
         plot.setIsinId(1001);
         plot.resize(480, 320);

@@ -114,9 +114,8 @@ private Q_SLOTS:
 
     void unusableRescaleFactorLeavesDivisionAlone()
     {
-        QFETCH(qlonglong, mantissa);
-        QFETCH(int, decimals);
-        QFETCH(int, strikeDecimals);
+        const auto [mantissa, decimals, strikeDecimals] =
+            TestSupport::fetch<qlonglong, int, int>({"mantissa", "decimals", "strikeDecimals"});
         TestSupport::clearData();
         QTemporaryDir dir;
         QVERIFY(TestSupport::loadTable(dir, QStringLiteral("securities"),
@@ -174,10 +173,8 @@ private Q_SLOTS:
     }
     void sharedDigitsOfTwoLabels()
     {
-        QFETCH(double, a);
-        QFETCH(double, b);
-        QFETCH(int, length);
-        QFETCH(int, expected);
+        const auto [a, b, length, expected] =
+            TestSupport::fetch<double, double, int, int>({"a", "b", "length", "expected"});
         PriceBased2dPlotScaleDraw draw(QwtPlot::xBottom);
         QCOMPARE(length > 0 ? draw.findEqualDigitsInIntegerPart(qint64(a), qint64(b), length)
                             : draw.findEqualDigitsInFractionPart(a, b),
@@ -197,8 +194,7 @@ private Q_SLOTS:
 
     void equalDigitsNumOverLabelPairs()
     {
-        QFETCH(QList<double>, labels);
-        QFETCH(int, expected);
+        const auto [labels, expected] = TestSupport::fetch<QList<double>, int>({"labels", "expected"});
         // Before the first paint every candidate is a label, so the labels are exactly these majors.
         QScopedPointer<PriceBased2dPlotScaleDraw> draw(
             laidOutDraw(division(labels.first() - 1, labels.last() + 1, labels), 400, false));

@@ -97,9 +97,8 @@ private Q_SLOTS:
     }
     void pickerPicksOnlyWithAPriceStep()
     {
-        QFETCH(QByteArray, priceStepField);
-        QFETCH(bool, selectFuture);
-        QFETCH(double, expected);
+        const auto [priceStepField, selectFuture, expected] =
+            TestSupport::fetch<QByteArray, bool, double>({"priceStepField", "selectFuture", "expected"});
         QVERIFY(setUpPicker(priceStepField, selectFuture));
         QCOMPARE(m_picker->priceStep(), expected);
         QPointer<QTimer> timer = m_picker->timer();
@@ -124,8 +123,7 @@ private Q_SLOTS:
     }
     void mousePriceSnapsToThePriceStep()
     {
-        QFETCH(double, mousePrice);
-        QFETCH(int, index);
+        const auto [mousePrice, index] = TestSupport::fetch<double, int>({"mousePrice", "index"});
         QVERIFY(setUpPicker("0.5"));
         auto* curve = addCurve({{-0.5, 5}, {0, 5}, {1, 5}, {3, 5}, {101.25, 5}, {101.5, 5}});
         const ClosestPointInfo info = closestAt(mousePrice, {curve});
@@ -154,9 +152,8 @@ private Q_SLOTS:
     }
     void closestPointBySpanPercentages()
     {
-        QFETCH(ClosestPointCalcParams, params);
-        QFETCH(int, index);
-        QFETCH(double, distance);
+        const auto [params, index, distance] =
+            TestSupport::fetch<ClosestPointCalcParams, int, double>({"params", "index", "distance"});
         QVERIFY(setUpPicker("0.5"));
         const ClosestPointInfo info =
             m_picker->getClosestPointParams(addCurve({{1, 5}, {2, 7}, {20, 5}}), params);
@@ -190,11 +187,9 @@ private Q_SLOTS:
     }
     void minStepPointsUpToTheCap()
     {
-        QFETCH(double, from);
-        QFETCH(double, to);
-        QFETCH(double, step);
-        QFETCH(int, count);
-        QFETCH(QList<double>, expected);
+        const auto [from, to, step, count, expected] =
+            TestSupport::fetch<double, double, double, int, QList<double>>(
+                {"from", "to", "step", "count", "expected"});
         const QList<double> points = PriceBased2dPlotPointManager::minStepPoints(from, to, step);
         QCOMPARE(points.size(), count);
         for (int i = 0; i < expected.size(); ++i)
@@ -221,9 +216,9 @@ private Q_SLOTS:
     }
     void priceIntervalFromStrikes()
     {
-        QFETCH(QStringList, strikes);
-        QFETCH(QByteArray, optionPriceStep);
-        QFETCH(PriceInterval, expected);
+        const auto [strikes, optionPriceStep, expected] =
+            TestSupport::fetch<QStringList, QByteArray, PriceInterval>(
+                {"strikes", "optionPriceStep", "expected"});
         QVERIFY(setUpManager(TestSupport::optionRows(100, strikes, optionPriceStep)));
         m_manager->updatePriceInterval();
         QVERIFY(m_manager->interval() == expected);
@@ -272,10 +267,8 @@ private Q_SLOTS:
     }
     void plotPointsRefineWithTheView()
     {
-        QFETCH(double, lo);
-        QFETCH(double, hi);
-        QFETCH(bool, refine);
-        QFETCH(int, count);
+        const auto [lo, hi, refine, count] =
+            TestSupport::fetch<double, double, bool, int>({"lo", "hi", "refine", "count"});
         QVERIFY(setUpManager(TestSupport::optionRows(100, TestSupport::strikeRange(100, 200, 10))));
         m_manager->updatePriceInterval();
         m_plot->setAxisScale(QwtPlot::xBottom, lo, hi);

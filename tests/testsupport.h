@@ -15,6 +15,7 @@
 #include <QtTest>
 
 #include <tuple>
+#include <utility>
 
 namespace TestSupport {
 
@@ -67,12 +68,17 @@ void columns(std::initializer_list<const char*> names)
     (QTest::addColumn<T>(*name++), ...);
 }
 
+template <typename... T, std::size_t... I>
+std::tuple<T...> fetchAt(const char* const* names, std::index_sequence<I...>)
+{
+    return std::tuple<T...>(*static_cast<T*>(QTest::qData(names[I], qMetaTypeId<T>()))...);
+}
+
 // The current row's values of the named columns: auto [a, b] = fetch<double, int>({"a", "b"}).
 template <typename... T>
 std::tuple<T...> fetch(std::initializer_list<const char*> names)
 {
-    auto name = names.begin();
-    return std::tuple<T...>{*static_cast<T*>(QTest::qData(*name++, qMetaTypeId<T>()))...};
+    return fetchAt<T...>(names.begin(), std::index_sequence_for<T...>());
 }
 
 } // namespace TestSupport

@@ -66,8 +66,6 @@ private:
         return {x.minValue(), x.maxValue(), y.minValue(), y.maxValue()};
     }
 
-    void setView(const View& v) { setRanges(v[0], v[1], v[2], v[3]); }
-
     // What the stock panner makes of a move of (dx, dy) pixels.
     View shifted(double dx, double dy) const
     {
@@ -124,62 +122,46 @@ private Q_SLOTS:
         TestSupport::clearData();
     }
 
-    void wheelOverCanvasZoomsBothAboutTheCursor_data()
+    // One notch over the canvas about (150, 0): no modifier zooms both axes about the cursor, Control
+    // X only (Y follows autoscale), Shift Y only. Zooming Y asks for autoscale off, once.
+    void wheelOverCanvasZoomsAboutTheCursor_data()
     {
-        TestSupport::columns<int, double>({"delta", "factor"});
-        QTest::newRow("one notch") << 120 << 0.9;
-        QTest::newRow("one notch out") << -120 << 1.1;
+        TestSupport::columns<int, int, double, double, int>(
+            {"delta", "modifiers", "xWidth", "yWidth", "autoScaleOffs"});
+        QTest::newRow("in") << 120 << int(Qt::NoModifier) << 90.0 << 180.0 << 1;
+        QTest::newRow("out") << -120 << int(Qt::NoModifier) << 110.0 << 220.0 << 1;
+        QTest::newRow("control: x only") << 120 << int(Qt::ControlModifier) << 90.0 << 32.0 << 0;
+        QTest::newRow("shift: y only") << 120 << int(Qt::ShiftModifier) << 100.0 << 180.0 << 1;
     }
 
-    void wheelOverCanvasZoomsBothAboutTheCursor()
+    void wheelOverCanvasZoomsAboutTheCursor()
     {
-        const auto [delta, factor] = TestSupport::fetch<int, double>({"delta", "factor"});
+        const auto [delta, modifiers, xWidth, yWidth, autoScaleOffs] =
+            TestSupport::fetch<int, int, double, double, int>(
+                {"delta", "modifiers", "xWidth", "yWidth", "autoScaleOffs"});
         QVERIFY(setUpPlot());
         const QPoint pos = canvasPointFor(150.0, 0.0);
         const QPointF anchor = m_picker->transformedPoint(pos);
         QVERIFY(qAbs(anchor.x() - 150.0) < 1.0);
-
         QSignalSpy autoScale(m_plot.get(), qOverload<bool>(&PriceBased2dPlot::autoScaleEnabled));
         QSignalSpy labels(m_plot.get(), &PriceBased2dPlot::updateAxisLabels);
-        wheel(pos, delta);
+        wheel(pos, delta, Qt::KeyboardModifiers(modifiers));
 
-        // The anchor keeps its relative place: 100..200 about 150 becomes 105..195 for one notch.
-        const double span = 100.0 * factor;
-        const double r = (200.0 - anchor.x()) / (anchor.x() - 100.0);
-        const double lower = anchor.x() - span / (r + 1.0);
+        // The anchor keeps its relative place: 100..200 about 150 becomes 105..195 for one notch in.
+        const double lower = anchor.x() - xWidth * (anchor.x() - 100.0) / 100.0;
         QCOMPARE(range(QwtPlot::xBottom).minValue(), lower);
-        QCOMPARE(range(QwtPlot::xBottom).maxValue(), lower + span);
-        QCOMPARE(range(QwtPlot::yLeft).width(), 200.0 * factor);
-        QCOMPARE(autoScale.count(), 1);
-        QCOMPARE(autoScale.at(0).at(0).toBool(), false);
-        QCOMPARE(labels.count(), 1);
+        QCOMPARE(range(QwtPlot::xBottom).maxValue(), lower + xWidth);
+        QCOMPARE(range(QwtPlot::yLeft).width(), yWidth);
+        if (modifiers == Qt::ControlModifier) // the curve's extent over the new view
+            QCOMPARE(range(QwtPlot::yLeft).minValue(), -156.0);
+        QCOMPARE(autoScale.count(), autoScaleOffs);
+        QVERIFY(autoScale.isEmpty() || !autoScale.at(0).at(0).toBool());
 
         // With autoscale off nothing asks to switch it off again.
         m_plot->setAutoScaleEnabled(false);
-        wheel(pos, delta);
-        QCOMPARE(autoScale.count(), 1);
+        wheel(pos, delta, Qt::KeyboardModifiers(modifiers));
+        QCOMPARE(autoScale.count(), autoScaleOffs);
         QCOMPARE(labels.count(), 2);
-    }
-
-    void controlWheelZoomsXOnlyShiftWheelYOnly()
-    {
-        QVERIFY(setUpPlot());
-        QSignalSpy autoScale(m_plot.get(), qOverload<bool>(&PriceBased2dPlot::autoScaleEnabled));
-        const QPoint pos = canvasPointFor(150.0, 0.0);
-
-        // Control: X only, and Y follows autoscale without switching it off.
-        wheel(pos, 120, Qt::ControlModifier);
-        QVERIFY(range(QwtPlot::xBottom).width() < 100.0);
-        QCOMPARE(autoScale.count(), 0);
-        QCOMPARE(range(QwtPlot::yLeft).minValue(), -156.0);
-        QCOMPARE(range(QwtPlot::yLeft).maxValue(), -124.0);
-
-        // Shift: Y only, autoscale off asked for.
-        setRanges(100.0, 200.0, -100.0, 100.0);
-        wheel(pos, 120, Qt::ShiftModifier);
-        QCOMPARE(range(QwtPlot::xBottom).width(), 100.0);
-        QCOMPARE(range(QwtPlot::yLeft).width(), 180.0);
-        QCOMPARE(autoScale.count(), 1);
     }
 
     void wheelOverXScaleAnchorsOnTheCursor()
@@ -223,7 +205,7 @@ private Q_SLOTS:
     void dragOnCanvasPansAndAsksAutoscaleOffOnce()
     {
         QVERIFY(setUpPlot({{0, 0}, {100, 50}}));
-        setView({40, 60, 10, 20});
+        setRanges(40, 60, 10, 20);
         View expected = shifted(30, -20);
         QWidget* canvas = m_plot->canvas();
         QTest::mousePress(canvas, Qt::LeftButton, Qt::NoModifier, QPoint(200, 150));
@@ -245,7 +227,7 @@ private Q_SLOTS:
     void panStopsTenPercentPastCurvesEnd()
     {
         QVERIFY(setUpPlot({{0, 0}, {100, 50}}));
-        setView({5, 25, 10, 20});
+        setRanges(5, 25, 10, 20);
         // Eight units would leave three beyond the curves; the margin is two (10 % of 20).
         const int dx = qRound(8 * pixelsPerUnit(QwtPlot::xBottom));
         m_panner->moveCanvas(dx, 0);
@@ -260,7 +242,7 @@ private Q_SLOTS:
         QCOMPARE(m_labels->count(), 1);
 
         // Coarse fractions of the shift are tried first: 2/3 wins although 4/7 would also do.
-        setView({5, 31, 10, 20});
+        setRanges(5, 31, 10, 20);
         const double shift = 9 * pixelsPerUnit(QwtPlot::xBottom);
         QCOMPARE(m_panner->getShiftUntilValue(0.0, QwtPlot::xBottom, 0, shift), shift * 2 / 3);
         QCOMPARE(m_panner->getShiftUntilValue(0.0, QwtPlot::xBottom, 2, shift),
@@ -271,7 +253,7 @@ private Q_SLOTS:
     void flatCurvesBoundPanningByAQuarterOfTheView()
     {
         QVERIFY(setUpPlot({{0, 10}, {50, 10}, {100, 10}}));
-        setView({40, 60, 10.2, 12.2});
+        setRanges(40, 60, 10.2, 12.2);
         // One unit down would put the lower bound at 9.2, beyond the band's 9.5 by more than 0.2.
         m_panner->moveCanvas(0, -qRound(pixelsPerUnit(QwtPlot::yLeft)));
         const double yMin = view()[2];

@@ -20,7 +20,8 @@ struct LegendFixture
         addCurve("Gamma", 10, QwtSymbol::UTriangle, 100.0);
         addCurve("Vega", 11, QwtSymbol::Ellipse, 5.0);
         legend = TestSupport::attachLegend(plot.get());
-        TestSupport::show(plot.get());
+        plot->resize(640, 400);
+        plot->show(); // not waited for: rows change before the first layout, too
     }
     void addCurve(const QString& title, int type, QwtSymbol::Style symbol, double top)
     {
@@ -113,6 +114,7 @@ private Q_SLOTS:
     void leftClickOnLabelOrBoxTogglesRow()
     {
         LegendFixture f;
+        QVERIFY(QTest::qWaitForWindowExposed(f.plot.get()));
         QSignalSpy spy(f.legend.data(), &PriceBased2dPlotLegend::visibilityChanged);
         QwtLegendLabel* label = f.label("Delta");
         QCheckBox* box = f.box("Delta");

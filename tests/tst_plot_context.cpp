@@ -104,7 +104,8 @@ private Q_SLOTS:
         QVERIFY(plot.autoScaleEnabled());
 
         // Only a paint of the bottom axis tells the draw that its labels were laid out.
-        QVERIFY(TestSupport::show(&plot));
+        plot.show(); // at its default size, too small for all labels
+        QVERIFY(QTest::qWaitForWindowExposed(&plot));
         QTRY_VERIFY(plot.xScaleDraw()->axisPainted());
         plot.xScaleDraw()->setAxisPainted(false);
         plot.axisWidget(QwtPlot::yLeft)->repaint();

@@ -9,17 +9,9 @@
 #include <cmath>
 #include <limits>
 
-Q_DECLARE_METATYPE(QwtScaleDiv)
-
 namespace {
 
 const int NoPairCount = std::numeric_limits<int>::min();
-
-QwtScaleDiv division(double lower, double upper, const QList<double>& majors,
-                     const QList<double>& mediums = {})
-{
-    return QwtScaleDiv(lower, upper, QList<double>(), mediums, majors);
-}
 
 QList<double> steps(double from, double to, double step)
 {
@@ -29,11 +21,11 @@ QList<double> steps(double from, double to, double step)
     return values;
 }
 
-// A bottom-axis draw laid out over `length` pixels, as the plot would after its first paint.
-PriceBased2dPlotScaleDraw* laidOutDraw(const QwtScaleDiv& div, double length, bool painted)
+// A bottom-axis draw with these major ticks laid out over `length` pixels.
+PriceBased2dPlotScaleDraw* laidOutDraw(const QList<double>& majors, double length, bool painted)
 {
     auto* draw = new PriceBased2dPlotScaleDraw(QwtPlot::xBottom);
-    draw->setScaleDiv(div);
+    draw->setScaleDiv(QwtScaleDiv(majors.first() - 1, majors.last() + 1, {}, {}, majors));
     draw->move(0.0, 0.0);
     draw->setLength(length);
     draw->setAxisPainted(painted);
@@ -196,8 +188,7 @@ private Q_SLOTS:
     {
         const auto [labels, expected] = TestSupport::fetch<QList<double>, int>({"labels", "expected"});
         // Before the first paint every candidate is a label, so the labels are exactly these majors.
-        QScopedPointer<PriceBased2dPlotScaleDraw> draw(
-            laidOutDraw(division(labels.first() - 1, labels.last() + 1, labels), 400, false));
+        QScopedPointer<PriceBased2dPlotScaleDraw> draw(laidOutDraw(labels, 400, false));
         draw->updateLabels();
         QCOMPARE(draw->labels().size(), labels.size());
         QCOMPARE(draw->equalDigitsNum(), expected);
@@ -206,7 +197,7 @@ private Q_SLOTS:
     void everyTickIsALabelBeforeTheFirstPaint()
     {
         const QList<double> ticks = steps(0, 100, 1);
-        QScopedPointer<PriceBased2dPlotScaleDraw> draw(laidOutDraw(division(0, 100, ticks), 200, false));
+        QScopedPointer<PriceBased2dPlotScaleDraw> draw(laidOutDraw(ticks, 200, false));
         draw->updateLabels();
         QCOMPARE(draw->labels(), ticks); // overlapping, but the axis has not been painted yet
         QCOMPARE(draw->curKotirIndex(), -1);
@@ -227,8 +218,7 @@ private Q_SLOTS:
 
     void quoteLabelDropsTheNeighbourItCollidesWith()
     {
-        QScopedPointer<PriceBased2dPlotScaleDraw> draw(
-            laidOutDraw(division(0, 100, steps(0, 100, 10)), 1000, true));
+        QScopedPointer<PriceBased2dPlotScaleDraw> draw(laidOutDraw(steps(0, 100, 10), 1000, true));
         draw->setCurKotirValue(41);
         draw->setCurKotirEnabled(true);
         draw->updateLabels();

@@ -1,5 +1,6 @@
 #include "testsupport.h"
 
+#include <plot2d/plot2dcommon.h>
 #include <plot2d/pricebased2dplotpointmanager.h>
 #include <plot2d/strikebybasecodemodel.h>
 
@@ -16,11 +17,6 @@ namespace {
 PriceInterval interval(double min, double max, double step)
 {
     return PriceInterval{min, max, step, true};
-}
-
-bool closeTo(double a, double b)
-{
-    return qAbs(a - b) <= 1e-9 * qMax(1.0, qAbs(b));
 }
 
 } // namespace
@@ -193,7 +189,7 @@ private Q_SLOTS:
         const QList<double> points = PriceBased2dPlotPointManager::minStepPoints(from, to, step);
         QCOMPARE(points.size(), count);
         for (int i = 0; i < expected.size(); ++i)
-            QVERIFY2(closeTo(points.at(i), expected.at(i)), qPrintable(QString::number(i)));
+            QVERIFY2(Plot2dCommon::fuzzyEqual(points.at(i), expected.at(i)), qPrintable(QString::number(i)));
     }
 
     void priceIntervalFromStrikes_data()
@@ -278,10 +274,10 @@ private Q_SLOTS:
         QCOMPARE(points.size(), count);
         const bool beyondStrikes = lo < 100.0 || lo > 200.0;
         for (int i = 0; beyondStrikes && i < count; ++i)
-            QVERIFY(closeTo(points.at(i), 100.0 + (i / 11) * 10.0 + (i % 11) * 10.0 / 11.0));
+            QVERIFY(Plot2dCommon::fuzzyEqual(points.at(i), 100.0 + (i / 11) * 10.0 + (i % 11) * 10.0 / 11.0));
         if (count > 0) {
             QCOMPARE(points.first(), 100.0);
-            QVERIFY(closeTo(points.last(), 200.0));
+            QVERIFY(Plot2dCommon::fuzzyEqual(points.last(), 200.0));
         }
         QVERIFY(std::adjacent_find(points.cbegin(), points.cend(), std::greater_equal<double>()) ==
                 points.cend());

@@ -224,6 +224,20 @@ private Q_SLOTS:
         QCOMPARE(m_autoScale->count(), 1);
     }
 
+    // No curves, or a view beside them: nothing moves and nothing is announced.
+    void panIsRefusedWithoutCurvesOrBesideThem()
+    {
+        QVERIFY(setUpPlot({}));
+        setRanges(40, 60, 10, 20);
+        m_panner->moveCanvas(10, 10);
+        QVERIFY(same(view(), {40, 60, 10, 20}));
+        validCurve(m_plot.get(), QStringLiteral("d"), 9, {{0, 0}, {100, 50}});
+        setRanges(200, 300, 10, 20);
+        m_panner->moveCanvas(10, 0);
+        QVERIFY(same(view(), {200, 300, 10, 20}));
+        QCOMPARE(m_labels->count() + m_autoScale->count(), 0);
+    }
+
     void panStopsTenPercentPastCurvesEnd()
     {
         QVERIFY(setUpPlot({{0, 0}, {100, 50}}));

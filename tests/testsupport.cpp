@@ -1,9 +1,5 @@
 #include "testsupport.h"
 
-#include <plot2d/platform.h>
-#include <plot2d/pricebased2dplotcurve.h>
-#include <plot2d/pricebased2dplotpicker.h>
-
 #include <QApplication>
 #include <QDir>
 #include <QFile>
@@ -141,7 +137,7 @@ bool addSecurities(const QTemporaryDir& dir, const QByteArray& rows)
 }
 
 PriceBased2dPlotCurve* validCurve(PriceBased2dPlot* plot, const QString& title, int type,
-                                  const QVector<QPointF>& samples)
+                                  const QVector<QPointF>& samples, QwtSymbol::Style symbol)
 {
     const bool line = type == PriceBased2dPlotCurve::CurKotirLine;
     auto* curve = new PriceBased2dPlotCurve(plot, title);
@@ -150,6 +146,10 @@ PriceBased2dPlotCurve* validCurve(PriceBased2dPlot* plot, const QString& title, 
     curve->setLegendAttribute(QwtPlotCurve::LegendShowLine, true);
     curve->setPen(QPen(line ? Qt::red : Qt::blue));
     curve->setSamples(samples);
+    if (symbol != QwtSymbol::NoSymbol)
+        curve->setSymbol(new QwtSymbol(symbol, QBrush(Qt::blue), QPen(Qt::blue), QSize(5, 5)));
+    if (plot)
+        curve->attach(plot);
     return curve;
 }
 
@@ -159,6 +159,23 @@ PriceBased2dPlotPicker* attachPicker(PriceBased2dPlot* plot)
     plot->setPicker(picker);
     picker->setPriceStep();
     return picker;
+}
+
+PriceBased2dPlotLegend* attachLegend(PriceBased2dPlot* plot)
+{
+    auto* legend = new PriceBased2dPlotLegend(plot);
+    legend->initCore();
+    plot->insertLegend(legend);
+    QObject::connect(legend, &PriceBased2dPlotLegend::visibilityChanged, plot,
+                     &PriceBased2dPlot::setCurveVisible);
+    return legend;
+}
+
+bool show(QWidget* widget, const QSize& size)
+{
+    widget->resize(size);
+    widget->show();
+    return QTest::qWaitForWindowExposed(widget);
 }
 
 } // namespace TestSupport

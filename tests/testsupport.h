@@ -3,13 +3,19 @@
 #include <plot2d/platform.h>
 #include <plot2d/pricebased2dplot.h>
 #include <plot2d/pricebased2dplotcurve.h>
+#include <plot2d/pricebased2dplotlegend.h>
 #include <plot2d/pricebased2dplotpicker.h>
+
+#include <qwt_symbol.h>
 
 #include <QApplication>
 #include <QMap>
 #include <QString>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <tuple>
+#include <utility>
 
 namespace TestSupport {
 
@@ -43,11 +49,37 @@ Table* loadTable(const QTemporaryDir& dir, const QString& name, const QByteArray
 bool load(const QTemporaryDir& dir, const QByteArray& rows, const QList<QByteArray>& omitted = {});
 bool addSecurities(const QTemporaryDir& dir, const QByteArray& rows);
 
-// A curve that passes every validity rule (red sticks for the quote line), not yet attached.
+// A curve that passes every validity rule (red sticks for the quote line), attached to `plot` if any.
 PriceBased2dPlotCurve* validCurve(PriceBased2dPlot* plot, const QString& title, int type,
-                                  const QVector<QPointF>& samples);
+                                  const QVector<QPointF>& samples,
+                                  QwtSymbol::Style symbol = QwtSymbol::NoSymbol);
 // A picker whose price step is read from the plot's futures record.
 PriceBased2dPlotPicker* attachPicker(PriceBased2dPlot* plot);
+// The check-box legend, wired to the plot the way a client wires it.
+PriceBased2dPlotLegend* attachLegend(PriceBased2dPlot* plot);
+// Resizes and shows `widget`; false if it was never exposed.
+bool show(QWidget* widget, const QSize& size = QSize(640, 480));
+
+// Declares a data table's columns in one statement: columns<double, int>({"value", "decimals"}).
+template <typename... T>
+void columns(std::initializer_list<const char*> names)
+{
+    auto name = names.begin();
+    (QTest::addColumn<T>(*name++), ...);
+}
+
+template <typename... T, std::size_t... I>
+std::tuple<T...> fetchAt(const char* const* names, std::index_sequence<I...>)
+{
+    return std::tuple<T...>(*static_cast<T*>(QTest::qData(names[I], qMetaTypeId<T>()))...);
+}
+
+// The current row's values of the named columns: auto [a, b] = fetch<double, int>({"a", "b"}).
+template <typename... T>
+std::tuple<T...> fetch(std::initializer_list<const char*> names)
+{
+    return fetchAt<T...>(names.begin(), std::index_sequence_for<T...>());
+}
 
 } // namespace TestSupport
 

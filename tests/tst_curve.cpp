@@ -4,8 +4,6 @@
 
 #include <qwt_plot_marker.h>
 
-#include <QDataStream>
-
 #include <functional>
 
 using CurveEdit = std::function<void(PriceBased2dPlotCurve*)>;
@@ -33,11 +31,9 @@ class TestCurve : public QObject
 private Q_SLOTS:
     void cleanup() { TestSupport::clearData(); }
 
-    void validity_data()
+    void validityRulesOfCurves_data()
     {
-        QTest::addColumn<int>("type");
-        QTest::addColumn<CurveEdit>("edit");
-        QTest::addColumn<bool>("valid");
+        TestSupport::columns<int, CurveEdit, bool>({"type", "edit", "valid"});
         using C = PriceBased2dPlotCurve;
         QTest::newRow("value curve") << 9 << CurveEdit([](C*) {}) << true;
         QTest::newRow("own rtti") << 9 << CurveEdit([](C*) {}) << false; // built as UserRttiCurve
@@ -61,11 +57,9 @@ private Q_SLOTS:
         }) << false;
     }
 
-    void validity()
+    void validityRulesOfCurves()
     {
-        QFETCH(int, type);
-        QFETCH(CurveEdit, edit);
-        QFETCH(bool, valid);
+        const auto [type, edit, valid] = TestSupport::fetch<int, CurveEdit, bool>({"type", "edit", "valid"});
         const bool ownRtti = QByteArray(QTest::currentDataTag()) == "own rtti";
         std::unique_ptr<PriceBased2dPlotCurve> curve(
             ownRtti ? new UserRttiCurve(nullptr, QStringLiteral("c"))
@@ -79,43 +73,19 @@ private Q_SLOTS:
         QCOMPARE(curve->isValid(), valid);
     }
 
-    void paramsRecord()
+    void quoteLineShowsOnlyWithAQuote_data()
     {
-        std::unique_ptr<PriceBased2dPlotCurve> curve(TestSupport::validCurve(nullptr, "c", 12, {{1, 1}}));
-        curve->QwtPlotCurve::setVisible(false);
-        QByteArray bytes;
-        QDataStream out(&bytes, QIODevice::WriteOnly);
-        curve->write(out);
-        QCOMPARE(bytes, QByteArray::fromHex("01000000000c")); // valid, hidden, type 12, big-endian
-
-        PriceBased2dPlotCurve::CurveParams params;
-        QDataStream in(bytes);
-        PriceBased2dPlotCurve::read(in, params);
-        QVERIFY(params.valid && !params.visible);
-        QCOMPARE(params.dataType, 12);
-
-        QDataStream truncated(bytes.left(5));
-        PriceBased2dPlotCurve::read(truncated, params);
-        QVERIFY(!params.valid && !params.visible);
-        QCOMPARE(params.dataType, 0);
-    }
-
-    void showingTheQuoteLine_data()
-    {
-        QTest::addColumn<QByteArray>("quote");
-        QTest::addColumn<bool>("selectFuture");
-        QTest::addColumn<bool>("shown");
+        TestSupport::columns<QByteArray, bool, bool>({"quote", "selectFuture", "shown"});
         QTest::newRow("quote") << QByteArray("74.35") << true << true;
         QTest::newRow("zero quote") << QByteArray("0") << true << true;
         QTest::newRow("negative quote") << QByteArray("-1") << true << false;
         QTest::newRow("no future") << QByteArray("74.35") << false << false;
     }
 
-    void showingTheQuoteLine()
+    void quoteLineShowsOnlyWithAQuote()
     {
-        QFETCH(QByteArray, quote);
-        QFETCH(bool, selectFuture);
-        QFETCH(bool, shown);
+        const auto [quote, selectFuture, shown] =
+            TestSupport::fetch<QByteArray, bool, bool>({"quote", "selectFuture", "shown"});
         QVERIFY(TestSupport::load(
             m_dir, TestSupport::row({{"sec_id", "1"}, {"isin_id", "1001"}, {"cur_kotir", quote}})));
         TestPlot plot;
@@ -126,7 +96,6 @@ private Q_SLOTS:
         interval.max = 95.0;
         plot.setPriceInterval(interval);
         auto* line = TestSupport::validCurve(&plot, QStringLiteral("quote"), 0, {{70.0, 0.0}, {70.0, 1.0}});
-        line->attach(&plot);
         line->setVisible(false);
         QVERIFY(!line->isVisible());
 
@@ -136,12 +105,11 @@ private Q_SLOTS:
         QCOMPARE(plot.xScaleDraw()->curKotir(), shown ? quote.toDouble() : -7.0);
     }
 
-    void markersFollowSamples()
+    void markersFollowMarkerSamples()
     {
         QVERIFY(TestSupport::loadSampleData());
         TestPlot plot;
         auto* curve = TestSupport::validCurve(&plot, QStringLiteral("m"), 13, {});
-        curve->attach(&plot);
 
         // More markers wanted than present: created.
         curve->setMarkerSamples({{{1.0, 2.0}, true}, {{2.0, 3.0}, false}, {{3.0, 5.0}, true}});

@@ -1,11 +1,8 @@
 #include "testsupport.h"
 
-#include <plot2d/pricebased2dplotlegend.h>
 #include <plot2d/pricebased2dplotpointmanager.h>
 
-#include <qwt_legend_label.h>
 #include <qwt_scale_widget.h>
-#include <qwt_symbol.h>
 
 #include <QCheckBox>
 #include <QRandomGenerator>
@@ -48,36 +45,17 @@ public:
         const char* titles[] = {"Quote", "Delta", "Gamma", "Vega", "Theta", "Strikes"};
         const int types[] = {PriceBased2dPlotCurve::CurKotirLine, 9, 10, 11, 12,
                              PriceBased2dPlotCurve::MarkerCurve};
-        for (int i = 0; i < 6; ++i) {
-            const int type = types[i];
-            auto* curve = new PriceBased2dPlotCurve(plot.get(), QString::fromLatin1(titles[i]));
-            const bool line = type == PriceBased2dPlotCurve::CurKotirLine;
-            curve->setDataType(type);
-            curve->setStyle(line ? QwtPlotCurve::Sticks : QwtPlotCurve::Lines);
-            curve->setPen(QPen(line ? Qt::red : Qt::blue));
-            curve->setLegendAttribute(QwtPlotCurve::LegendShowLine, true);
-            curve->setSymbol(new QwtSymbol(QwtSymbol::Ellipse, QBrush(Qt::blue), QPen(), QSize(5, 5)));
-            curve->attach(plot.get());
-            curves << curve;
-        }
-
-        legend = new PriceBased2dPlotLegend(plot.get());
-        legend->initCore();
-        plot->insertLegend(legend);
-        QObject::connect(legend, &PriceBased2dPlotLegend::visibilityChanged, plot.get(),
-                         &PriceBased2dPlot::setCurveVisible);
-        auto* picker = new PriceBased2dPlotPicker(plot->canvas());
-        plot->setPicker(picker);
-        picker->setPriceStep();
+        for (int i = 0; i < 6; ++i)
+            curves << TestSupport::validCurve(plot.get(), QString::fromLatin1(titles[i]), types[i], {},
+                                              QwtSymbol::Ellipse);
+        legend = TestSupport::attachLegend(plot.get());
+        TestSupport::attachPicker(plot.get());
         plot->setCanvasObservers();
-
         QObject::connect(pointManager, &PriceBased2dPlotPointManager::priceIntervalChanged, plot.get(),
                          [this] { recomputeCurves(); });
         pointManager->updatePriceInterval();
         setQuote(74.35);
         recomputeCurves();
-        plot->resize(800, 500);
-        plot->show();
     }
 
     // What a client computes over the point manager's prices: Gamma has NaN gaps, Vega and Theta
@@ -303,7 +281,7 @@ private Q_SLOTS:
         const int total = int(envNumber("PLOT2D_MONKEY_EVENTS", 20000));
         m_random.seed(seed);
         m_screen.reset(new MonkeyScreen);
-        QVERIFY(QTest::qWaitForWindowExposed(m_screen->plot.get()));
+        QVERIFY(TestSupport::show(m_screen->plot.get(), QSize(800, 500)));
         for (int i = 0; i < total; ++i) {
             randomEvent();
             if (i % 25 == 0)

@@ -1,5 +1,8 @@
 #include "testsupport.h"
 
+#include <functional>
+#include <limits>
+
 namespace {
 
 const QByteArray s_header =
@@ -53,6 +56,11 @@ QPair<bool, qint64> qtDatetime(const QString& text)
     return {false, 0};
 }
 
+qint64 utcMsecs(int y, int mo, int d, int h = 0, int mi = 0, int s = 0, int ms = 0)
+{
+    return QDateTime(QDate(y, mo, d), QTime(h, mi, s, ms), Qt::UTC).toMSecsSinceEpoch();
+}
+
 const QByteArray s_quotes = "key:2,name:5:12,price:4:2,moment:6\n"
                             "30,c,1.5,2024-01-03\n"
                             "10,a,0.25,2024.01.01 09:00:00.000\n"
@@ -72,6 +80,19 @@ private:
     {
         return TestSupport::loadTable(m_dir, name, content);
     }
+    // One row per key; every column holds the same kind of value in every row it is not null.
+    Field value(qint64 key, const char* column)
+    {
+        Table* table = store()->table(QStringLiteral("values"));
+        if (!table)
+            table = load("key:2,i32:1,i64:2,real:3,dec:4:3,text:5:40,moment:6,boards:7\n"
+                         "1,7,5000000000,2.5,12.345,2024-03-15,2024-03-15 10:30:00,1;2\n"
+                         "2,-7,-5000000000,-0.5,-0.010,2024.03.15 10:30:00.250,,\n"
+                         "3,,,,,,,\n"
+                         "4,0,123,0,0.000,15.03.2024,1970-01-01,\n",
+                         QStringLiteral("values"));
+        return table->dataPtr(table->find(key), table->columnIndex(QLatin1String(column)));
+    }
     Table* loadOptions(const QByteArray& rows)
     {
         return TestSupport::loadTable(m_dir, QStringLiteral("options"), s_header + rows);
@@ -81,7 +102,7 @@ private Q_SLOTS:
     void initTestCase() { QVERIFY(m_dir.isValid()); }
     void cleanup() { TestSupport::clearData(); }
 
-    void loadCsvCreatesTable()
+    void loadCsvReadsTypedCellsAndNulls()
     {
         QSignalSpy added(store(), &DataStore::tableAdded);
         Table* table = load(s_quotes);
@@ -114,9 +135,7 @@ private Q_SLOTS:
     {
         // A row replacing key 10 precedes the faulty line: a late error must not have applied it.
         const QByteArray head = "key:2,name:5:12,price:4:2,moment:6\n10,changed,9.99,\n";
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("position");
-        QTest::addColumn<bool>("failsForNewName");
+        TestSupport::columns<QByteArray, QString, bool>({"content", "position", "failsForNewName"});
         QTest::newRow("bad header") << QByteArray("key:2,name\n1,a\n") << ":1:2: " << true;
         QTest::newRow("duplicate column") << QByteArray("key:2,a:1,a:1\n") << ":1:3: " << true;
         QTest::newRow("columns differ")
@@ -141,9 +160,8 @@ private Q_SLOTS:
     }
     void loadCsvErrorsChangeNothing()
     {
-        QFETCH(QByteArray, content);
-        QFETCH(QString, position);
-        QFETCH(bool, failsForNewName);
+        const auto [content, position, failsForNewName] =
+            TestSupport::fetch<QByteArray, QString, bool>({"content", "position", "failsForNewName"});
         Table* table = load(s_quotes);
         QVERIFY(table);
         const QStringList before = dump(table);
@@ -163,7 +181,8 @@ private Q_SLOTS:
         QCOMPARE(store()->tableNames().contains(QStringLiteral("fresh")), !failsForNewName);
     }
 
-    void reloadReplacesRowInPlace()
+    // Every change is announced once per kind, with the rows it touched.
+    void tableAnnouncesEveryChangeOnce()
     {
         Table* table = load(s_quotes);
         QVERIFY(table);
@@ -172,20 +191,51 @@ private Q_SLOTS:
         QSignalSpy changed(table, &Table::rowsChanged);
         QSignalSpy removed(table, &Table::rowsRemoved);
 
-        QCOMPARE(load("key:2,name:5:12,price:4:2,moment:6\n20,b2,7.25,\n"), table);
-        QCOMPARE((QList<int>{inserted.count(), changed.count(), removed.count()}), (QList<int>{0, 1, 0}));
+        // A reload replaces rows in place: a handle taken before sees the new values, nulls included.
+        QVERIFY(load("key:2,name:5:12,price:4:2,moment:6\n20,b2,7.25,\n50,z,,\n"));
+        QCOMPARE(keys(inserted.at(0).at(0).value<QList<Record>>()), QStringList({"50"}));
         QCOMPARE(keys(changed.at(0).at(0).value<QList<Record>>()), QStringList({"20"}));
-        // The handle taken before the reload sees the new values, the null included.
+        QCOMPARE((QList<int>{inserted.count(), changed.count(), removed.count()}), (QList<int>{1, 1, 0}));
         QCOMPARE(table->dataPtr(handle, 1).toString(), QStringLiteral("b2"));
         QCOMPARE(table->dataPtr(handle, 2).toDecimal(), decimal(725, 2));
         QVERIFY(table->dataPtr(handle, 3).isNull());
 
+        Record fresh = table->newRecord();
+        QVERIFY(fresh.setValue(QStringLiteral("key"), 15) && fresh.setValue(1, QStringLiteral("n")));
+        QVERIFY(!fresh.setValue(QStringLiteral("name"), QStringLiteral("much too long")));
+        QVERIFY(!fresh.setValue(QStringLiteral("price"), QStringLiteral("abc")));
+        const Record stored = table->insert(fresh);
+        QVERIFY(stored.isAttached());
+        QCOMPARE(inserted.count(), 2);
+        QCOMPARE(keys(table->masterIndex()), QStringList({"10", "15", "20", "30", "50"}));
+        // Stored rows change only through insert, so that every change is announced.
+        QVERIFY(!Record(stored).setValue(1, QStringLiteral("m")));
+
+        QVERIFY(table->insert(table->newRecord()).isNull()); // no key
+        Table other(QStringLiteral("other"), table->fieldDefs());
+        Record foreign = other.newRecord();
+        foreign.setValue(0, 99);
+        QVERIFY(table->insert(foreign).isNull());
+        QCOMPARE(inserted.count(), 2);
+
+        QVERIFY(table->remove(stored));
+        QVERIFY(!stored.isAttached());
+        QVERIFY(!table->removeByKey(15));
+        QVERIFY(table->removeByKey(30));
+        QCOMPARE(removed.count(), 2);
+        QCOMPARE(keys(removed.at(1).at(0).value<QList<Record>>()), QStringList({"30"}));
+        QCOMPARE(keys(table->masterIndex()), QStringList({"10", "20", "50"}));
+
+        // Fields of another table's record, or of unknown columns, are invalid.
+        bool has = true;
+        QVERIFY(!table->dataPtr(foreign, 0, &has).isValid());
+        QVERIFY(!has);
         // New and replaced rows together: one announcement per kind.
         QVERIFY(load("key:2,name:5:12,price:4:2,moment:6\n5,x,,\n10,y,,\n50,z,,\n"));
-        QCOMPARE(inserted.count(), 1);
-        QCOMPARE(keys(inserted.at(0).at(0).value<QList<Record>>()), QStringList({"5", "50"}));
+        QCOMPARE(inserted.count(), 3);
+        QCOMPARE(keys(inserted.at(2).at(0).value<QList<Record>>()), QStringList({"5"}));
         QCOMPARE(changed.count(), 2);
-        QCOMPARE(keys(changed.at(1).at(0).value<QList<Record>>()), QStringList({"10"}));
+        QCOMPARE(keys(changed.at(1).at(0).value<QList<Record>>()), QStringList({"10", "50"}));
     }
 
     // A batch is merged in one pass; inserting its records one at a time is the reference.
@@ -302,46 +352,7 @@ private Q_SLOTS:
         QCOMPARE(value.decimals(), short(valid ? 2 : 0));
     }
 
-    void insertAndRemoveSignalRows()
-    {
-        Table* table = load(s_quotes);
-        QVERIFY(table);
-        QSignalSpy inserted(table, &Table::rowsInserted);
-        QSignalSpy removed(table, &Table::rowsRemoved);
-
-        Record fresh = table->newRecord();
-        QVERIFY(fresh.setValue(QStringLiteral("key"), 15) && fresh.setValue(1, QStringLiteral("n")));
-        QVERIFY(!fresh.setValue(QStringLiteral("name"), QStringLiteral("much too long")));
-        QVERIFY(!fresh.setValue(QStringLiteral("price"), QStringLiteral("abc")));
-        const Record stored = table->insert(fresh);
-        QVERIFY(stored.isAttached());
-        QCOMPARE(inserted.count(), 1);
-        QCOMPARE(keys(table->masterIndex()), QStringList({"10", "15", "20", "30"}));
-        // Stored rows change only through insert, so that every change is announced.
-        QVERIFY(!Record(stored).setValue(1, QStringLiteral("m")));
-
-        QVERIFY(table->insert(table->newRecord()).isNull()); // no key
-        Table other(QStringLiteral("other"), table->fieldDefs());
-        Record foreign = other.newRecord();
-        foreign.setValue(0, 99);
-        QVERIFY(table->insert(foreign).isNull());
-        QCOMPARE(inserted.count(), 1);
-
-        QVERIFY(table->remove(stored));
-        QVERIFY(!stored.isAttached());
-        QVERIFY(!table->removeByKey(15));
-        QVERIFY(table->removeByKey(30));
-        QCOMPARE(removed.count(), 2);
-        QCOMPARE(keys(removed.at(1).at(0).value<QList<Record>>()), QStringList({"30"}));
-        QCOMPARE(keys(table->masterIndex()), QStringList({"10", "20"}));
-
-        // Fields of another table's record, or of unknown columns, are invalid.
-        bool has = true;
-        QVERIFY(!table->dataPtr(foreign, 0, &has).isValid());
-        QVERIFY(!has);
-    }
-
-    void directoriesOverSampleData()
+    void directoriesLookTheTablesUpOnEachCall()
     {
         QString error;
         QVERIFY2(TestSupport::loadSampleData(&error), qPrintable(error));
@@ -362,26 +373,7 @@ private Q_SLOTS:
         QVERIFY(!BoardDirectory::i()->isAnonymById(1, 1));
     }
 
-    void decimalsOfPriceStep_data()
-    {
-        QTest::addColumn<QByteArray>("step");
-        QTest::addColumn<int>("decimals");
-        QTest::newRow("hundredth") << QByteArray("0.01") << 2;
-        QTest::newRow("trailing zeros written") << QByteArray("0.02500") << 3;
-        QTest::newRow("none") << QByteArray() << -1;
-    }
-    void decimalsOfPriceStep()
-    {
-        QFETCH(QByteArray, step);
-        QFETCH(int, decimals);
-        const QString path =
-            TestSupport::writeFile(m_dir.path(), QStringLiteral("securities.csv"),
-                                   "sec_id:2,stock_id:1,board_id:1,price_step:4:5\n7,1,3," + step + "\n");
-        QVERIFY(ICore::instance()->dataStore()->loadCsv(QStringLiteral("securities"), path));
-        QCOMPARE(SecurityDirectory::i()->decimalsById(1, 3, 7), decimals);
-    }
-
-    void strikeModelFollowsTable()
+    void strikeModelFollowsTableChangesInPlace()
     {
         Table* table = loadOptions("1,O,BR,100,5,1,9,2027-01-25,C\n"
                                    "2,O,BR,110,5,1,9,2027-01-25,C\n"
@@ -434,11 +426,9 @@ private Q_SLOTS:
         QCOMPARE(model.minStep(), 0.0);
     }
 
-    void maxSessionFilter_data()
+    void maxSessionModelShowsTheNewestSessionFiltered_data()
     {
-        QTest::addColumn<FilterParams>("filter");
-        QTest::addColumn<QList<double>>("expected");
-        QTest::addColumn<int>("newerSessionRows");
+        TestSupport::columns<FilterParams, QList<double>, int>({"filter", "expected", "newerSessionRows"});
         FilterParams any, board, future, puts, nothing;
         board.boardId = 2;
         future.futIsinId = 8;
@@ -450,11 +440,10 @@ private Q_SLOTS:
         QTest::newRow("puts") << puts << QList<double>({65, 80}) << 1;
         QTest::newRow("older session only") << nothing << QList<double>() << 0;
     }
-    void maxSessionFilter()
+    void maxSessionModelShowsTheNewestSessionFiltered()
     {
-        QFETCH(FilterParams, filter);
-        QFETCH(QList<double>, expected);
-        QFETCH(int, newerSessionRows);
+        const auto [filter, expected, newerSessionRows] =
+            TestSupport::fetch<FilterParams, QList<double>, int>({"filter", "expected", "newerSessionRows"});
         Table* table = loadOptions("1,O,BR,50,5,1,7,2027-01-25,C\n"
                                    "2,O,BR,55,5,1,7,2027-01-25,P\n"
                                    "3,O,BR,60,6,1,8,2027-02-25,C\n"
@@ -479,6 +468,119 @@ private Q_SLOTS:
         QVERIFY(loadOptions("9,O,BR,100,7,1,8,2027-02-25,C\n10,O,BR,100,7,2,9,2027-02-25,P\n"));
         QCOMPARE(model.maxSession(), 7);
         QCOMPARE(model.rowCount(), newerSessionRows);
+    }
+
+    void decimalFromDoubleRoundsHalfAwayFromZero_data()
+    {
+        TestSupport::columns<double, int, qint64>({"value", "places", "mantissa"});
+        QTest::newRow("half up") << 2.5 << 0 << qint64(3);
+        QTest::newRow("negative half away from zero") << -2.5 << 0 << qint64(-3);
+        QTest::newRow("decimal half seen as written") << 0.285 << 2 << qint64(29);
+        QTest::newRow("more places than digits") << 74.35 << 5 << qint64(7435000);
+        QTest::newRow("tiny") << 1e-9 << 5 << qint64(0);
+        QTest::newRow("nan") << std::numeric_limits<double>::quiet_NaN() << 2 << qint64(0);
+        QTest::newRow("out of range") << 1e17 << 5 << qint64(0);
+    }
+    void decimalFromDoubleRoundsHalfAwayFromZero()
+    {
+        const auto [value, places, mantissa] =
+            TestSupport::fetch<double, int, qint64>({"value", "places", "mantissa"});
+        const decimal result = decimal::fromDouble(value, static_cast<short>(places));
+        QCOMPARE(result.mantissa(), mantissa);
+        QCOMPARE(int(result.decimals()), places);
+    }
+
+    void decimalCompareAcrossScales_data()
+    {
+        TestSupport::columns<decimal, decimal, int>({"a", "b", "expected"});
+        QTest::newRow("equal across scales") << decimal(1250, 2) << decimal(12500000, 6) << 0;
+        QTest::newRow("negative") << decimal(-1, 0) << decimal(-99999, 5) << -1;
+        QTest::newRow("rescale would overflow 64 bits")
+            << decimal::maximum << decimal(std::numeric_limits<qint64>::max(), 5) << 1;
+        QTest::newRow("scales 30 apart, coarse positive")
+            << decimal(1, 0) << decimal(std::numeric_limits<qint64>::max(), 30) << 1;
+        QTest::newRow("scales 30 apart, coarse zero") << decimal(0, 0) << decimal(-5, 30) << 1;
+        QTest::newRow("zero against zero") << decimal(0, 3) << decimal::zero << 0;
+    }
+    void decimalCompareAcrossScales()
+    {
+        const auto [a, b, expected] = TestSupport::fetch<decimal, decimal, int>({"a", "b", "expected"});
+        QCOMPARE(decimal::compare(a, b), expected);
+        QCOMPARE(decimal::compare(b, a), -expected);
+    }
+
+    // Text that is no date-time gives the invalid one (-1 here).
+    void datetimeReadsDashedAndDottedText_data()
+    {
+        TestSupport::columns<QString, qint64>({"text", "msecs"});
+        QTest::newRow("dotted with millis")
+            << "2024.03.15 10:30:00.250" << utcMsecs(2024, 3, 15, 10, 30, 0, 250);
+        QTest::newRow("dashed with seconds") << "2024-03-15 23:59:59" << utcMsecs(2024, 3, 15, 23, 59, 59);
+        QTest::newRow("before the epoch") << "1969-12-31" << qint64(-86400000);
+        QTest::newRow("day first") << "15.03.2024" << qint64(-1);
+        QTest::newRow("dashed without seconds") << "2024-03-15 10:30" << qint64(-1);
+        QTest::newRow("impossible date") << "2024-02-30" << qint64(-1);
+    }
+    void datetimeReadsDashedAndDottedText()
+    {
+        const auto [text, msecs] = TestSupport::fetch<QString, qint64>({"text", "msecs"});
+        QDateTime invalid;
+        invalid.setTimeSpec(Qt::UTC);
+        QCOMPARE(datetime::isValidText(text), msecs != -1);
+        QCOMPARE(datetime(text).toMSecsSinceEpoch(), msecs != -1 ? msecs : invalid.toMSecsSinceEpoch());
+    }
+
+    void fieldsWidenAndSaturate()
+    {
+        QCOMPARE(value(1, "i64").toInteger(), std::numeric_limits<int>::max());
+        QCOMPARE(value(2, "i64").toInteger(), std::numeric_limits<int>::min());
+        QCOMPARE(value(1, "i64").toInteger64(), qint64(5000000000));
+        QCOMPARE(value(2, "i32").toInteger64(), qint64(-7));
+        QCOMPARE(value(2, "i64").toDouble(), -5e9);
+        QCOMPARE(value(1, "dec").toDouble(), 12.345);
+        QCOMPARE(value(2, "dec").toDecimal(), decimal(-10, 3));
+        QCOMPARE(value(2, "text").toDatetime().toMSecsSinceEpoch(), utcMsecs(2024, 3, 15, 10, 30, 0, 250));
+        QCOMPARE(value(1, "text").toChar(), '2');
+        QCOMPARE(value(3, "text").toChar(), '\0');
+        QCOMPARE(value(1, "boards").toString(), QStringLiteral("1;2"));
+    }
+
+    void refusedConversionsThrow_data()
+    {
+        TestSupport::columns<QByteArray, int>({"column", "conversion"});
+        const int ToInteger = 0, ToDouble = 2, ToDecimal = 3, ToDatetime = 4, ToChar = 5; // conversions[]
+        QTest::newRow("decimal of int32") << QByteArray("i32") << int(ToDecimal);
+        QTest::newRow("decimal of double") << QByteArray("real") << int(ToDecimal);
+        QTest::newRow("integer of double") << QByteArray("real") << int(ToInteger);
+        QTest::newRow("double of text") << QByteArray("text") << int(ToDouble);
+        QTest::newRow("datetime of int64") << QByteArray("i64") << int(ToDatetime);
+        QTest::newRow("char of int32") << QByteArray("i32") << int(ToChar);
+    }
+    void refusedConversionsThrow()
+    {
+        const auto [column, conversion] = TestSupport::fetch<QByteArray, int>({"column", "conversion"});
+        const Field present = value(1, column.constData());
+        const Field null = value(3, column.constData());
+        using Conversion = std::function<QVariant(const Field&)>;
+        const Conversion conversions[] = {
+            [](const Field& f) { return QVariant(f.toInteger()); },
+            [](const Field& f) { return QVariant(f.toInteger64()); },
+            [](const Field& f) { return QVariant(f.toDouble()); },
+            [](const Field& f) { return QVariant::fromValue(f.toDecimal()); },
+            [](const Field& f) { return QVariant(f.toDatetime().toMSecsSinceEpoch()); },
+            [](const Field& f) { return QVariant(int(f.toChar())); }};
+        const Conversion& convert = conversions[conversion];
+        QTest::ignoreMessage(QtWarningMsg, "Exception: Incorrect type conversion.");
+        try {
+            convert(present);
+            QFAIL("no exception");
+        } catch (const Exception& e) {
+            QCOMPARE(e.message(), QStringLiteral("Incorrect type conversion."));
+        }
+        // A null field gives the neutral value, whatever its type.
+        QVERIFY(null.isNull());
+        const QVariant neutral = convert(null); // a throw here fails the test too
+        QVERIFY(neutral.toString() == QLatin1String("0") || neutral.value<decimal>().isZero());
     }
 };
 

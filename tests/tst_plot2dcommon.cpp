@@ -64,29 +64,50 @@ class TestPlot2dCommon : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void systemStringShortInCLocale_data()
+    // Each formatter on its own edge cases: `round` is roundValue, `trim` formattedValue and
+    // `system` fromDoubleToSystemStringShort (the tests run with LC_ALL=C.UTF-8, for which Qt groups
+    // thousands with ',').
+    void formattersRoundAndTrim_data()
     {
-        QTest::addColumn<double>("value");
-        QTest::addColumn<int>("decimals");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("trailing zeros") << 1.2500 << 4 << "1.25";
-        // The tests run with LC_ALL=C.UTF-8, for which Qt groups thousands with ','.
-        QTest::newRow("integer zeros kept") << 1200.0 << 0 << "1,200";
-        QTest::newRow("negative zero keeps sign") << -0.0001 << 2 << "-0";
-        QTest::newRow("places capped at 10") << 0.123456789012345 << 15 << "0.123456789";
-        QTest::newRow("negative places mean 0") << 2.7 << -3 << "3";
-        QTest::newRow("rounds at places") << 1.23456 << 3 << "1.235";
+        TestSupport::columns<QString, double, int, QString>({"formatter", "value", "decimals", "expected"});
+        const auto add = [](const char* tag, const char* formatter, double value, int decimals,
+                            const char* expected) {
+            QTest::newRow(tag) << formatter << value << decimals << expected;
+        };
+        add("round half up", "round", 2.5, 0, "3");
+        add("round negative half up", "round", -2.5, 0, "-2");
+        add("round 1.005 in doubles", "round", 1.005, 2, "1");
+        add("round hundreds", "round", 1234.0, -2, "1200");
+        add("round decimals clamped to 10", "round", 0.123456789012, 40, "0.123456789");
+        add("round infinite input", "round", Inf, 2, "inf");
+        add("round beyond 64 bits", "round", 1e22, 2, "1e+22");
+        add("trim trailing zeros", "trim", 1.25, 4, "1.25");
+        add("trim negative zero repaired", "trim", -0.0004, 2, "0");
+        add("trim negative zero without point kept", "trim", -0.4, 0, "-0");
+        add("trim places capped", "trim", 2.5, 12, "2.5");
+        add("trim negative decimals", "trim", 5.0, -1, "");
+        add("trim NaN untouched", "trim", NaN, 2, "nan");
+        add("system trailing zeros", "system", 1.2500, 4, "1.25");
+        add("system integer zeros kept", "system", 1200.0, 0, "1,200");
+        add("system negative zero keeps sign", "system", -0.0001, 2, "-0");
+        add("system places capped at 10", "system", 0.123456789012345, 15, "0.123456789");
+        add("system negative places mean 0", "system", 2.7, -3, "3");
+        add("system rounds at places", "system", 1.23456, 3, "1.235");
     }
 
-    void systemStringShortInCLocale()
+    void formattersRoundAndTrim()
     {
-        QFETCH(double, value);
-        QFETCH(int, decimals);
-        QFETCH(QString, expected);
-        QCOMPARE(fromDoubleToSystemStringShort(value, decimals), expected);
+        const auto [formatter, value, decimals, expected] =
+            TestSupport::fetch<QString, double, int, QString>({"formatter", "value", "decimals", "expected"});
+        if (formatter == QLatin1String("round"))
+            QCOMPARE(QString::number(roundValue(value, decimals), 'g', 15), expected);
+        else if (formatter == QLatin1String("trim"))
+            QCOMPARE(formattedValue(value, decimals), expected);
+        else
+            QCOMPARE(fromDoubleToSystemStringShort(value, decimals), expected);
     }
 
-    void systemStringShortWithCommaPoint()
+    void systemStringFollowsTheLocale()
     {
         QProcess child;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -100,55 +121,9 @@ private Q_SLOTS:
                  QStringLiteral("1.234,5|1.200|-0"));
     }
 
-    void roundValueRounds_data()
+    void fuzzyComparisonsKeepTheirTolerances_data()
     {
-        QTest::addColumn<double>("value");
-        QTest::addColumn<int>("decimals");
-        QTest::addColumn<double>("expected");
-        QTest::newRow("half up") << 2.5 << 0 << 3.0;
-        QTest::newRow("negative half up") << -2.5 << 0 << -2.0;
-        QTest::newRow("1.005 in doubles") << 1.005 << 2 << 1.0;
-        QTest::newRow("hundreds") << 1234.0 << -2 << 1200.0;
-        QTest::newRow("decimals clamped to 10") << 0.123456789012 << 40 << 0.1234567890;
-        QTest::newRow("infinite input") << Inf << 2 << Inf;
-        QTest::newRow("beyond 64 bits") << 1e22 << 2 << 1e22;
-    }
-
-    void roundValueRounds()
-    {
-        QFETCH(double, value);
-        QFETCH(int, decimals);
-        QFETCH(double, expected);
-        QCOMPARE(roundValue(value, decimals), expected);
-    }
-
-    void formattedValueTrims_data()
-    {
-        QTest::addColumn<double>("value");
-        QTest::addColumn<int>("decimals");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("trailing zeros") << 1.25 << 4 << "1.25";
-        QTest::newRow("negative zero repaired") << -0.0004 << 2 << "0";
-        QTest::newRow("negative zero without point kept") << -0.4 << 0 << "-0";
-        QTest::newRow("places capped") << 2.5 << 12 << "2.5";
-        QTest::newRow("negative decimals") << 5.0 << -1 << "";
-        QTest::newRow("NaN untouched") << NaN << 2 << "nan";
-    }
-
-    void formattedValueTrims()
-    {
-        QFETCH(double, value);
-        QFETCH(int, decimals);
-        QFETCH(QString, expected);
-        QCOMPARE(formattedValue(value, decimals), expected);
-    }
-
-    void fuzzyComparisons_data()
-    {
-        QTest::addColumn<double>("a");
-        QTest::addColumn<double>("b");
-        QTest::addColumn<bool>("scaleDrawEqual");
-        QTest::addColumn<bool>("relativeEqual");
+        TestSupport::columns<double, double, bool, bool>({"a", "b", "scaleDrawEqual", "relativeEqual"});
         QTest::newRow("zeros") << 0.0 << 0.0 << true << true;
         QTest::newRow("1e-9 apart") << 1.0 << 1.000000001 << true << false;
         QTest::newRow("2e-8 apart") << 1.0 << 1.00000002 << false << false;
@@ -156,19 +131,17 @@ private Q_SLOTS:
         QTest::newRow("NaN") << NaN << 1.0 << false << false;
     }
 
-    void fuzzyComparisons()
+    void fuzzyComparisonsKeepTheirTolerances()
     {
-        QFETCH(double, a);
-        QFETCH(double, b);
-        QFETCH(bool, scaleDrawEqual);
-        QFETCH(bool, relativeEqual);
+        const auto [a, b, scaleDrawEqual, relativeEqual] =
+            TestSupport::fetch<double, double, bool, bool>({"a", "b", "scaleDrawEqual", "relativeEqual"});
         QCOMPARE(scaleDrawFuzzyCompare(a, b), scaleDrawEqual);
         QCOMPARE(scaleDrawFuzzyCompare(b, a), scaleDrawEqual);
         QCOMPARE(fuzzyEqual(a, b), relativeEqual);
         QCOMPARE(fuzzyEqual(b, a), relativeEqual);
     }
 
-    void intervalsAndDivisions()
+    void roundingSaturatesAndIntervalsNeedOrder()
     {
         QCOMPARE(roundHalfUp64(2.5), Q_INT64_C(3));
         QCOMPARE(roundHalfUp64(-2.5), Q_INT64_C(-2));
@@ -187,37 +160,43 @@ private Q_SLOTS:
         QVERIFY(!isUsableScaleDiv(QwtScaleDiv(5.0, 5.0)));
     }
 
-    void formatsValues_data()
+    // `conversion` is empty (none), "enabled" (no object), "x2", "x-1" or "+100" (an override of
+    // the conversion method, which must be called through the object).
+    void converterAppliesConversionPrecisionUnitAndSign_data()
     {
-        QTest::addColumn<double>("value");
-        QTest::addColumn<int>("precision");
-        QTest::addColumn<QString>("unit");
-        QTest::addColumn<bool>("plus");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("plain") << 12.5 << 10 << QString() << false << "12.5";
-        QTest::newRow("plus before unit") << 3.0 << 10 << "%" << true << "+3%";
-        QTest::newRow("no plus for zero") << 0.0 << 10 << QString() << true << "0";
-        QTest::newRow("precision") << 1.23456 << 2 << QString() << false << "1.23";
-        QTest::newRow("NaN") << NaN << 10 << "%" << true << "";
-        QTest::newRow("minus infinity") << -Inf << 10 << QString() << false << "";
+        TestSupport::columns<QString, double, int, QString, bool, QString>(
+            {"conversion", "value", "precision", "unit", "plus", "expected"});
+        QTest::newRow("plain") << "" << 12.5 << 10 << QString() << false << "12.5";
+        QTest::newRow("plus before unit") << "" << 3.0 << 10 << "%" << true << "+3%";
+        QTest::newRow("no plus for zero") << "" << 0.0 << 10 << QString() << true << "0";
+        QTest::newRow("precision") << "" << 1.23456 << 2 << QString() << false << "1.23";
+        QTest::newRow("NaN") << "" << NaN << 10 << "%" << true << "";
+        QTest::newRow("minus infinity") << "" << -Inf << 10 << QString() << false << "";
+        QTest::newRow("scaled") << "x2" << 5.0 << 10 << QString() << false << "10";
+        QTest::newRow("enabled without object") << "enabled" << 5.0 << 10 << QString() << false << "";
+        QTest::newRow("virtual method") << "+100" << 5.0 << 10 << QString() << true << "+105";
+        QTest::newRow("sign follows converted value") << "x-1" << 5.0 << 10 << QString() << true << "-5";
     }
-
-    void formatsValues()
+    void converterAppliesConversionPrecisionUnitAndSign()
     {
-        QFETCH(double, value);
-        QFETCH(int, precision);
-        QFETCH(QString, unit);
-        QFETCH(bool, plus);
-        QFETCH(QString, expected);
-
+        const auto [conversion, value, precision, unit, plus, expected] =
+            TestSupport::fetch<QString, double, int, QString, bool, QString>(
+                {"conversion", "value", "precision", "unit", "plus", "expected"});
+        int destroyed = 0;
         PriceBased2dPlotConverter converter;
         converter.setPrecision(precision);
         converter.setMetricUnit(unit);
         converter.setShowPositiveSign(plus);
+        converter.setConversionEnabled(!conversion.isEmpty());
+        converter.setConversionMethod(applyMethod());
+        if (conversion == QLatin1String("+100"))
+            converter.setConvertionObject(new Offset(1.0, &destroyed));
+        else if (conversion.startsWith(QLatin1Char('x')))
+            converter.setConvertionObject(new Scaling(conversion.mid(1).toDouble(), &destroyed));
         QCOMPARE(converter.convertedValue(value), expected);
     }
 
-    void conversionObjectIsOwned()
+    void converterOwnsItsConversionObject()
     {
         int first = 0, second = 0;
         const auto destroyed = [&] { return QList<int>{first, second}; };
@@ -234,35 +213,6 @@ private Q_SLOTS:
         }
         // The converter frees its last object, and nothing twice.
         QCOMPARE(destroyed(), (QList<int>{1, 2}));
-    }
-
-    void conversionThroughObject_data()
-    {
-        QTest::addColumn<bool>("withObject");
-        QTest::addColumn<bool>("offset");
-        QTest::addColumn<double>("factor");
-        QTest::addColumn<QString>("expected"); // of 5
-        QTest::newRow("scaled") << true << false << 2.0 << "10";
-        QTest::newRow("enabled without object") << false << false << 2.0 << "";
-        QTest::newRow("virtual method") << true << true << 2.0 << "+105";
-        QTest::newRow("sign follows converted value") << true << false << -1.0 << "-5";
-    }
-
-    void conversionThroughObject()
-    {
-        QFETCH(bool, withObject);
-        QFETCH(bool, offset);
-        QFETCH(double, factor);
-        QFETCH(QString, expected);
-        int destroyed = 0;
-        PriceBased2dPlotConverter converter;
-        converter.setConversionEnabled(true);
-        converter.setConversionMethod(applyMethod());
-        converter.setShowPositiveSign(offset);
-        if (withObject)
-            converter.setConvertionObject(offset ? new Offset(factor, &destroyed)
-                                                 : new Scaling(factor, &destroyed));
-        QCOMPARE(converter.convertedValue(5.0), expected);
     }
 };
 

@@ -1,7 +1,5 @@
 #include "testsupport.h"
 
-#include <plot2d/pricebased2dplotlegend.h>
-
 #include <cmath>
 #include <limits>
 
@@ -52,16 +50,10 @@ private Q_SLOTS:
         TestSupport::clearData();
     }
 
-    void guardedAxisSetter_data()
+    void axisRequestsAreGuarded_data()
     {
-        QTest::addColumn<int>("axis");
-        QTest::addColumn<double>("min");
-        QTest::addColumn<double>("max");
-        QTest::addColumn<double>("step");
-        QTest::addColumn<double>("xMax");
-        QTest::addColumn<double>("yMin");
-        QTest::addColumn<double>("lineLow");
-        QTest::addColumn<double>("lineHigh");
+        TestSupport::columns<int, double, double, double, double, double, double, double>(
+            {"axis", "min", "max", "step", "xMax", "yMin", "lineLow", "lineHigh"});
         const int x = QwtPlot::xBottom;
         const int y = QwtPlot::yLeft;
         // The quote line starts at 3..4; a Y request stretches it over the request and the axis plus
@@ -76,18 +68,12 @@ private Q_SLOTS:
         QTest::newRow("nan step refused") << y << -3.0 << 3.0 << Nan << 19.9 << 0.0 << -4.3 << 11.3;
     }
 
-    void guardedAxisSetter()
+    void axisRequestsAreGuarded()
     {
-        QFETCH(int, axis);
-        QFETCH(double, min);
-        QFETCH(double, max);
-        QFETCH(double, step);
-        QFETCH(double, xMax);
-        QFETCH(double, yMin);
-        QFETCH(double, lineLow);
-        QFETCH(double, lineHigh);
+        const auto [axis, min, max, step, xMax, yMin, lineLow, lineHigh] =
+            TestSupport::fetch<int, double, double, double, double, double, double, double>(
+                {"axis", "min", "max", "step", "xMax", "yMin", "lineLow", "lineHigh"});
         auto* line = validCurve(m_plot.get(), QStringLiteral("q"), 0, {{15.0, 3.0}, {15.0, 4.0}});
-        line->attach(m_plot.get());
         m_plot->setAxisScale(axis, min, max, step);
         m_plot->updateAxes();
         QCOMPARE(axisRange(*m_plot, QwtPlot::xBottom).second, xMax);
@@ -96,13 +82,11 @@ private Q_SLOTS:
         QCOMPARE(line->sample(1), QPointF(15.0, lineHigh));
     }
 
-    void quoteLinePoints()
+    void quoteLineSpansTheYRange()
     {
         m_plot->setAxisScaleDiv(QwtPlot::yLeft, QwtScaleDiv(2.0, 2.0));
         auto* line = validCurve(m_plot.get(), QStringLiteral("q"), 0, {{95, 3}, {95, 4}});
         auto* second = validCurve(m_plot.get(), QStringLiteral("q2"), 0, {{1, 1}, {1, 2}});
-        line->attach(m_plot.get());
-        second->attach(m_plot.get());
         m_plot->updateCurKotirPoints(2, 2, 100); // flat: widened by one, then 10 %
         QCOMPARE(line->sample(0), QPointF(100, 0.8));
         QCOMPARE(line->sample(1), QPointF(100, 3.2));
@@ -119,23 +103,20 @@ private Q_SLOTS:
         QCOMPARE(line->sample(1).y(), 8.988465674311579e307);
     }
 
-    void extentOfVisibleCurves()
+    void yExtentOfValidVisibleCurvesOverTheSnappedView()
     {
         QCOMPARE(m_plot->minMaxYAtXRange(), std::make_pair(0.0, 0.0));
         m_plot->updateYAxisScale(); // no curves: the unit range
         QCOMPARE(axisRange(*m_plot, QwtPlot::yLeft), std::make_pair(-1.0, 1.0));
 
-        auto* hidden = validCurve(m_plot.get(), QStringLiteral("h"), 9, {{12, 50}});
-        hidden->attach(m_plot.get());
-        hidden->QwtPlotCurve::setVisible(false);
+        validCurve(m_plot.get(), QStringLiteral("h"), 9, {{12, 50}})->QwtPlotCurve::setVisible(false);
         QCOMPARE(m_plot->curvesRectangle(), QRectF(0, 0, 0, 0));
-        validCurve(m_plot.get(), QString(), 9, {{12, 60}})->attach(m_plot.get()); // invalid: no title
+        validCurve(m_plot.get(), QString(), 9, {{12, 60}}); // invalid: no title
         QCOMPARE(m_plot->minMaxYAtXRange(), std::make_pair(0.0, 0.0));
 
         // 10.1..19.9 is taken over 10..20 (step 0.25); the ends count within fuzzy distance.
         validCurve(m_plot.get(), QStringLiteral("c"), 9,
-                   {{9.75, -100}, {9.999999999995, -6}, {15, 0}, {20.000000000005, 8}, {20.25, 100}})
-            ->attach(m_plot.get());
+                   {{9.75, -100}, {9.999999999995, -6}, {15, 0}, {20.000000000005, 8}, {20.25, 100}});
         QCOMPARE(m_plot->minMaxYAtXRange(), std::make_pair(-6.0, 8.0));
         m_plot->updateYAxisScale();
         QCOMPARE(axisRange(*m_plot, QwtPlot::yLeft), std::make_pair(-6.0, 8.0));
@@ -145,26 +126,25 @@ private Q_SLOTS:
         QCOMPARE(m_plot->minMaxYAtXRange(), std::make_pair(1.0, -1.0));
     }
 
+    // Curves beside the view, or a bad sample anywhere the scan reaches (even left of the view),
+    // give no usable extent: the axis stays.
     void unusableExtentKeepsTheAxis()
     {
-        validCurve(m_plot.get(), QStringLiteral("o"), 9, {{30, 1}, {40, 2}})->attach(m_plot.get());
+        validCurve(m_plot.get(), QStringLiteral("o"), 9, {{30, 1}, {40, 2}});
         QCOMPARE(m_plot->minMaxYAtXRange(), std::make_pair(DoubleMax, -DoubleMax));
         m_plot->updateYAxisScale();
         QCOMPARE(axisRange(*m_plot, QwtPlot::yLeft), std::make_pair(0.0, 10.0));
 
-        // A bad sample anywhere the scan reaches, even left of the view, stops autoscale.
-        validCurve(m_plot.get(), QStringLiteral("b"), 9, {{5, Nan}, {15, 1}})->attach(m_plot.get());
+        validCurve(m_plot.get(), QStringLiteral("b"), 9, {{5, Nan}, {15, 1}});
         QCOMPARE(m_plot->minMaxYAtXRange(), std::make_pair(1.0, -1.0));
         m_plot->updateYAxisScale();
         QCOMPARE(axisRange(*m_plot, QwtPlot::yLeft), std::make_pair(0.0, 10.0));
     }
 
-    void onlyTheLegendShowsCurves()
+    void onlyTheLegendsSignalHidesCurves()
     {
         auto* a = validCurve(m_plot.get(), QStringLiteral("a"), 9, {{12, 1}, {14, 3}});
         auto* twin = validCurve(m_plot.get(), QStringLiteral("a"), 9, {{12, 5}, {14, 6}});
-        a->attach(m_plot.get());
-        twin->attach(m_plot.get());
 
         m_plot->setCurveVisible(QStringLiteral("a"), false);
         FakeLegend fake;
@@ -172,16 +152,13 @@ private Q_SLOTS:
         Q_EMIT fake.visibilityChanged(QStringLiteral("a"), false);
         QVERIFY(a->isVisible());
 
-        auto* legend = new PriceBased2dPlotLegend(m_plot.get());
-        connect(legend, &PriceBased2dPlotLegend::visibilityChanged, m_plot.get(),
-                &PriceBased2dPlot::setCurveVisible);
-        Q_EMIT legend->visibilityChanged(QStringLiteral("a"), false);
+        Q_EMIT TestSupport::attachLegend(m_plot.get())->visibilityChanged(QStringLiteral("a"), false);
         QVERIFY(!a->isVisible());
         QVERIFY(twin->isVisible());
         QCOMPARE(axisRange(*m_plot, QwtPlot::yLeft), std::make_pair(5.0, 6.0)); // rescaled to what is left
     }
 
-    void resetAutoScaleOnlyAsks()
+    void resetAutoScaleOnlyAsksToSwitchItOff()
     {
         QSignalSpy spy(m_plot.get(), qOverload<bool>(&PriceBased2dPlot::autoScaleEnabled));
         m_plot->resetAutoScale();

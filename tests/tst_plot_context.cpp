@@ -55,8 +55,7 @@ private Q_SLOTS:
 
     void missingColumnsAreFatal_data()
     {
-        QTest::addColumn<QString>("childArg");
-        QTest::addColumn<QString>("positions");
+        TestSupport::columns<QString, QString>({"childArg", "positions"});
         QString all;
         for (int i = 0; i < 21; ++i)
             all += QString::number(i) + QLatin1Char(' ');
@@ -67,8 +66,7 @@ private Q_SLOTS:
 
     void missingColumnsAreFatal()
     {
-        QFETCH(QString, childArg);
-        QFETCH(QString, positions);
+        const auto [childArg, positions] = TestSupport::fetch<QString, QString>({"childArg", "positions"});
         QProcess child;
         child.start(QCoreApplication::applicationFilePath(), {childArg});
         QVERIFY(child.waitForFinished(60000));
@@ -82,13 +80,14 @@ private Q_SLOTS:
             qPrintable(err));
     }
 
-    void setUpDecidesTheTools()
+    // Without set-up the plot has no tools; with it the panner's signals are relayed one to one,
+    // and relaying does not switch the flag.
+    void setUpInstallsToolsThatRelayThePanner()
     {
         QVERIFY(TestSupport::loadSampleData());
         TestPlot bare(false);
         QVERIFY(!bare.panner() && !bare.xScaleDraw() && !bare.yScaleDraw() && !bare.scaleEngine());
-        bare.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&bare));
+        QVERIFY(TestSupport::show(&bare));
         bare.axisWidget(QwtPlot::xBottom)->repaint(); // the axis filter has nothing to do
         QCOMPARE(bare.minimumSizeHint(), QSize(20, 20));
 
@@ -96,35 +95,26 @@ private Q_SLOTS:
         QCOMPARE(plot.panner()->parent(), plot.canvas());
         QCOMPARE(plot.axisScaleDraw(QwtPlot::xBottom), plot.xScaleDraw());
         QCOMPARE(plot.axisScaleDraw(QwtPlot::yLeft), plot.yScaleDraw());
-        // The panner's signals are relayed one to one; relaying does not switch the flag.
         QSignalSpy labels(&plot, &PriceBased2dPlot::updateAxisLabels);
         QSignalSpy autoScale(&plot, qOverload<bool>(&PriceBased2dPlot::autoScaleEnabled));
         Q_EMIT plot.panner()->updateLabels();
         Q_EMIT plot.panner()->autoScaleEnabled(false);
         QCOMPARE(labels.count(), 1);
         QCOMPARE(autoScale.count(), 1);
-        QCOMPARE(autoScale.at(0).at(0).toBool(), false);
         QVERIFY(plot.autoScaleEnabled());
-    }
 
-    void labelsAreUpdatedOnFirstAxisPaint()
-    {
-        QVERIFY(TestSupport::loadSampleData());
-        TestPlot plot;
-        PriceBased2dPlotScaleDraw* draw = plot.xScaleDraw();
-        QVERIFY(!draw->axisPainted());
-        plot.show();
+        // Only a paint of the bottom axis tells the draw that its labels were laid out.
+        plot.show(); // at its default size, too small for all labels
         QVERIFY(QTest::qWaitForWindowExposed(&plot));
-        QTRY_VERIFY(draw->axisPainted());
-        // Only a paint of the bottom axis trips the flag again once it is cleared.
-        draw->setAxisPainted(false);
+        QTRY_VERIFY(plot.xScaleDraw()->axisPainted());
+        plot.xScaleDraw()->setAxisPainted(false);
         plot.axisWidget(QwtPlot::yLeft)->repaint();
-        QVERIFY(!draw->axisPainted());
+        QVERIFY(!plot.xScaleDraw()->axisPainted());
         plot.axisWidget(QwtPlot::xBottom)->repaint();
-        QVERIFY(draw->axisPainted());
+        QVERIFY(plot.xScaleDraw()->axisPainted());
     }
 
-    void nearestExpiringFuture()
+    void baseCodeSelectsTheNearestExpiringFuture()
     {
         // Key order is index order. Rows 1 to 4 are disqualified (addressed board, expired session,
         // option, other base code); 5 and 6 tie and 5 comes first.
@@ -156,14 +146,10 @@ private Q_SLOTS:
         QCOMPARE(isinOf(plot.getFuture()), 7);
     }
 
-    void quoteOrder_data()
+    void quoteIsRealThenCurrentThenOldThenMiddle_data()
     {
-        QTest::addColumn<QByteArray>("real");
-        QTest::addColumn<QByteArray>("cur");
-        QTest::addColumn<QByteArray>("old");
-        QTest::addColumn<double>("min");
-        QTest::addColumn<double>("max");
-        QTest::addColumn<double>("expected");
+        TestSupport::columns<QByteArray, QByteArray, QByteArray, double, double, double>(
+            {"real", "cur", "old", "min", "max", "expected"});
         const auto add = [](const char* tag, const char* real, const char* cur, const char* old, double min,
                             double max, double expected) {
             QTest::newRow(tag) << QByteArray(real) << QByteArray(cur) << QByteArray(old) << min << max
@@ -177,14 +163,11 @@ private Q_SLOTS:
         add("empty interval", "74.5", "", "", 1, -1, 0);
     }
 
-    void quoteOrder()
+    void quoteIsRealThenCurrentThenOldThenMiddle()
     {
-        QFETCH(QByteArray, real);
-        QFETCH(QByteArray, cur);
-        QFETCH(QByteArray, old);
-        QFETCH(double, min);
-        QFETCH(double, max);
-        QFETCH(double, expected);
+        const auto [real, cur, old, min, max, expected] =
+            TestSupport::fetch<QByteArray, QByteArray, QByteArray, double, double, double>(
+                {"real", "cur", "old", "min", "max", "expected"});
         const Record record = future({{"cur_kotir_real", real}, {"cur_kotir", cur}, {"old_kotir", old}});
         TestPlot plot(false);
         PriceInterval interval;
@@ -194,13 +177,10 @@ private Q_SLOTS:
         QCOMPARE(plot.getKotirFromFutureRecord(record).toDouble(), expected);
     }
 
-    void volatilityBounds_data()
+    void volatilityBoundsAreOrderedAndDefaulted_data()
     {
-        QTest::addColumn<QByteArray>("sectype");
-        QTest::addColumn<QByteArray>("low");
-        QTest::addColumn<QByteArray>("high");
-        QTest::addColumn<double>("expectedLow");
-        QTest::addColumn<double>("expectedHigh");
+        TestSupport::columns<QByteArray, QByteArray, QByteArray, double, double>(
+            {"sectype", "low", "high", "expectedLow", "expectedHigh"});
         const auto add = [](const char* tag, const char* type, const char* low, const char* high, double l,
                             double h) {
             QTest::newRow(tag) << QByteArray(type) << QByteArray(low) << QByteArray(high) << l << h;
@@ -213,13 +193,11 @@ private Q_SLOTS:
         add("zero high", "F", "0.3", "0", 0.3, gc_dVolatMaxDefault);
     }
 
-    void volatilityBounds()
+    void volatilityBoundsAreOrderedAndDefaulted()
     {
-        QFETCH(QByteArray, sectype);
-        QFETCH(QByteArray, low);
-        QFETCH(QByteArray, high);
-        QFETCH(double, expectedLow);
-        QFETCH(double, expectedHigh);
+        const auto [sectype, low, high, expectedLow, expectedHigh] =
+            TestSupport::fetch<QByteArray, QByteArray, QByteArray, double, double>(
+                {"sectype", "low", "high", "expectedLow", "expectedHigh"});
         const Record record = future({{"sectype", sectype}, {"volat_min", low}, {"volat_max", high}});
         TestPlot plot(false);
         QCOMPARE(plot.volatMinMax(record), std::make_pair(expectedLow, expectedHigh));

@@ -10,24 +10,7 @@
 #include <limits>
 #include <type_traits>
 
-Q_DECLARE_METATYPE(QwtScaleDiv)
-
 namespace {
-
-// The shipped sample table, with the "strike" column declared as `strikeType`.
-bool loadSamplesWithStrike(const QTemporaryDir& dir, const QByteArray& strikeType)
-{
-    DataStore* store = ICore::instance()->dataStore();
-    for (const QString& name : {QStringLiteral("boards"), QStringLiteral("securities")}) {
-        QFile sample(TestSupport::sampleDataDir() + QLatin1Char('/') + name + QStringLiteral(".csv"));
-        if (!sample.open(QIODevice::ReadOnly))
-            return false;
-        const QByteArray content = sample.readAll().replace("strike:4:5", strikeType);
-        if (!store->loadCsv(name, TestSupport::writeFile(dir.path(), name + QStringLiteral(".csv"), content)))
-            return false;
-    }
-    return true;
-}
 
 const int NoPairCount = std::numeric_limits<int>::min();
 
@@ -40,12 +23,6 @@ static_assert(std::is_same<decltype(&PriceBased2dPlotScaleDraw::findEqualDigitsI
                            int (PriceBased2dPlotScaleDraw::*)(double, double)>::value,
               "findEqualDigitsInFractionPart is a plain member");
 
-QwtScaleDiv division(double lower, double upper, const QList<double>& majors,
-                     const QList<double>& mediums = {})
-{
-    return QwtScaleDiv(lower, upper, QList<double>(), mediums, majors);
-}
-
 QList<double> steps(double from, double to, double step)
 {
     QList<double> values;
@@ -54,11 +31,11 @@ QList<double> steps(double from, double to, double step)
     return values;
 }
 
-// A bottom-axis draw laid out over `length` pixels, as the plot would after its first paint.
-PriceBased2dPlotScaleDraw* laidOutDraw(const QwtScaleDiv& div, double length, bool painted)
+// A bottom-axis draw with these major ticks laid out over `length` pixels.
+PriceBased2dPlotScaleDraw* laidOutDraw(const QList<double>& majors, double length, bool painted)
 {
     auto* draw = new PriceBased2dPlotScaleDraw(QwtPlot::xBottom);
-    draw->setScaleDiv(div);
+    draw->setScaleDiv(QwtScaleDiv(majors.first() - 1, majors.last() + 1, {}, {}, majors));
     draw->move(0.0, 0.0);
     draw->setLength(length);
     draw->setAxisPainted(painted);
@@ -128,25 +105,25 @@ private Q_SLOTS:
         QCOMPARE(ends.ticks(QwtScaleDiv::MajorTick), (QList<double>{1, 3}));
     }
 
-    void leavesDivisionAlone_data()
+    void unusableRescaleFactorLeavesDivisionAlone_data()
     {
-        QTest::addColumn<qlonglong>("mantissa");
-        QTest::addColumn<int>("decimals");
-        QTest::addColumn<int>("strikeDecimals");
+        TestSupport::columns<qlonglong, int, int>({"mantissa", "decimals", "strikeDecimals"});
         QTest::newRow("zero factor") << 0LL << 2 << 5;
         QTest::newRow("within the last place of a major") << 99999999LL << 6 << 5;
         QTest::newRow("below x1") << 5400LL << 2 << 5;
         QTest::newRow("strike without decimals") << 95LL << 0 << 0;
     }
 
-    void leavesDivisionAlone()
+    void unusableRescaleFactorLeavesDivisionAlone()
     {
-        QFETCH(qlonglong, mantissa);
-        QFETCH(int, decimals);
-        QFETCH(int, strikeDecimals);
+        const auto [mantissa, decimals, strikeDecimals] =
+            TestSupport::fetch<qlonglong, int, int>({"mantissa", "decimals", "strikeDecimals"});
         TestSupport::clearData();
         QTemporaryDir dir;
-        QVERIFY(loadSamplesWithStrike(dir, "strike:4:" + QByteArray::number(strikeDecimals)));
+        QVERIFY(TestSupport::loadTable(dir, QStringLiteral("securities"),
+                                       TestSupport::securitiesHeader().replace(
+                                           "strike:4:5", "strike:4:" + QByteArray::number(strikeDecimals)) +
+                                           TestSupport::futureRow()));
         TestPlot plot(false);
         PriceBased2dPlotScaleEngine engine(&plot, QwtPlot::xBottom);
         QCOMPARE(engine.strikeDecimals(), strikeDecimals);
@@ -179,55 +156,36 @@ private Q_SLOTS:
         QCOMPARE(engine.divideScale(100.1, 100.4, 8, 5).interval(), QwtInterval(100.1, 100.4));
     }
 
-    void integerDigits_data()
+    // Shared leading digits of two labels: integer parts of `length` digits, or fraction parts
+    // where no length is given.
+    void sharedDigitsOfTwoLabels_data()
     {
-        QTest::addColumn<qlonglong>("a");
-        QTest::addColumn<qlonglong>("b");
-        QTest::addColumn<int>("length");
-        QTest::addColumn<int>("expected");
-        QTest::newRow("two shared") << 1234LL << 1256LL << 4 << 2;
-        QTest::newRow("none shared") << 1234LL << 2234LL << 4 << 0;
-        QTest::newRow("all but last") << 123451LL << 123459LL << 6 << 5;
-        QTest::newRow("length 17") << 5LL << 7LL << 17 << -1;
-        QTest::newRow("negative") << -20LL << -10LL << 2 << -1;
+        TestSupport::columns<double, double, int, int>({"a", "b", "length", "expected"});
+        QTest::newRow("integer, two shared") << 1234.0 << 1256.0 << 4 << 2;
+        QTest::newRow("integer, none shared") << 1234.0 << 2234.0 << 4 << 0;
+        QTest::newRow("integer, all but last") << 123451.0 << 123459.0 << 6 << 5;
+        QTest::newRow("integer, length 17") << 5.0 << 7.0 << 17 << -1;
+        QTest::newRow("integer, negative") << -20.0 << -10.0 << 2 << -1;
+        QTest::newRow("fraction, two shared") << 1234.5671 << 1234.5689 << 0 << 2;
+        QTest::newRow("fraction, equal") << 0.1 << 0.1 << 0 << -1;
+        QTest::newRow("fraction, descending") << 2.5 << 1.5 << 0 << -1;
+        QTest::newRow("fraction, same fraction capped") << 0.25 << 1.25 << 0 << 10;
+        QTest::newRow("fraction, beyond 1e16") << 1.0 << 2e16 << 0 << -1;
+        QTest::newRow("fraction, near-whole is zero") << 3.9999999999 << 4.05 << 0 << 1;
     }
-
-    void integerDigits()
+    void sharedDigitsOfTwoLabels()
     {
-        QFETCH(qlonglong, a);
-        QFETCH(qlonglong, b);
-        QFETCH(int, length);
-        QFETCH(int, expected);
+        const auto [a, b, length, expected] =
+            TestSupport::fetch<double, double, int, int>({"a", "b", "length", "expected"});
         PriceBased2dPlotScaleDraw draw(QwtPlot::xBottom);
-        QCOMPARE(draw.findEqualDigitsInIntegerPart(a, b, length), expected);
+        QCOMPARE(length > 0 ? draw.findEqualDigitsInIntegerPart(qint64(a), qint64(b), length)
+                            : draw.findEqualDigitsInFractionPart(a, b),
+                 expected);
     }
 
-    void fractionDigits_data()
+    void equalDigitsNumOverLabelPairs_data()
     {
-        QTest::addColumn<double>("a");
-        QTest::addColumn<double>("b");
-        QTest::addColumn<int>("expected");
-        QTest::newRow("two shared") << 1234.5671 << 1234.5689 << 2;
-        QTest::newRow("equal") << 0.1 << 0.1 << -1;
-        QTest::newRow("descending") << 2.5 << 1.5 << -1;
-        QTest::newRow("same fraction capped") << 0.25 << 1.25 << 10;
-        QTest::newRow("beyond 1e16") << 1.0 << 2e16 << -1;
-        QTest::newRow("near-whole fraction is zero") << 3.9999999999 << 4.05 << 1;
-    }
-
-    void fractionDigits()
-    {
-        QFETCH(double, a);
-        QFETCH(double, b);
-        QFETCH(int, expected);
-        PriceBased2dPlotScaleDraw draw(QwtPlot::xBottom);
-        QCOMPARE(draw.findEqualDigitsInFractionPart(a, b), expected);
-    }
-
-    void equalDigitsNum_data()
-    {
-        QTest::addColumn<QList<double>>("labels");
-        QTest::addColumn<int>("expected");
+        TestSupport::columns<QList<double>, int>({"labels", "expected"});
         QTest::newRow("shared fraction") << QList<double>{1234.5671, 1234.5689} << 6;
         QTest::newRow("length change resets") << QList<double>{10.51, 10.52, 100.5} << 0;
         QTest::newRow("raised after reset") << QList<double>{9.5, 10.5, 10.6} << 2;
@@ -236,22 +194,20 @@ private Q_SLOTS:
         QTest::newRow("fuzzy duplicate") << QList<double>{10, 10 + 1e-13} << -1;
     }
 
-    void equalDigitsNum()
+    void equalDigitsNumOverLabelPairs()
     {
-        QFETCH(QList<double>, labels);
-        QFETCH(int, expected);
+        const auto [labels, expected] = TestSupport::fetch<QList<double>, int>({"labels", "expected"});
         // Before the first paint every candidate is a label, so the labels are exactly these majors.
-        QScopedPointer<PriceBased2dPlotScaleDraw> draw(
-            laidOutDraw(division(labels.first() - 1, labels.last() + 1, labels), 400, false));
+        QScopedPointer<PriceBased2dPlotScaleDraw> draw(laidOutDraw(labels, 400, false));
         draw->updateLabels();
         QCOMPARE(draw->labels().size(), labels.size());
         QCOMPARE(draw->equalDigitsNum(), expected);
     }
 
-    void labelsBeforeFirstPaintAndWithoutQuote()
+    void everyTickIsALabelBeforeTheFirstPaint()
     {
         const QList<double> ticks = steps(0, 100, 1);
-        QScopedPointer<PriceBased2dPlotScaleDraw> draw(laidOutDraw(division(0, 100, ticks), 200, false));
+        QScopedPointer<PriceBased2dPlotScaleDraw> draw(laidOutDraw(ticks, 200, false));
         draw->updateLabels();
         QCOMPARE(draw->labels(), ticks); // overlapping, but the axis has not been painted yet
         QCOMPARE(draw->curKotirIndex(), -1);
@@ -270,10 +226,9 @@ private Q_SLOTS:
         QCOMPARE(draw->curKotirFlags(), 0x3u);
     }
 
-    void singlePairWithQuoteDropsNeighbour()
+    void quoteLabelDropsTheNeighbourItCollidesWith()
     {
-        QScopedPointer<PriceBased2dPlotScaleDraw> draw(
-            laidOutDraw(division(0, 100, steps(0, 100, 10)), 1000, true));
+        QScopedPointer<PriceBased2dPlotScaleDraw> draw(laidOutDraw(steps(0, 100, 10), 1000, true));
         draw->setCurKotirValue(41);
         draw->setCurKotirEnabled(true);
         draw->updateLabels();

@@ -1,9 +1,12 @@
 #include "testsupport.h"
 
+#include <plot2d/plot2dcommon.h>
 #include <plot2d/pricebased2dplotpointmanager.h>
 #include <plot2d/strikebybasecodemodel.h>
 
-#include <qwt_scale_div.h>
+#include <algorithm>
+#include <functional>
+#include <memory>
 
 using ClosestPointCalcParams = PriceBased2dPlotPicker::ClosestPointCalcParams;
 using ClosestPointInfo = PriceBased2dPlotPicker::ClosestPointInfo;
@@ -11,14 +14,9 @@ Q_DECLARE_METATYPE(ClosestPointCalcParams)
 
 namespace {
 
-PriceInterval makeInterval(double min, double max, double step)
+PriceInterval interval(double min, double max, double step)
 {
     return PriceInterval{min, max, step, true};
-}
-
-bool closeTo(double a, double b)
-{
-    return qAbs(a - b) <= 1e-9 * qMax(1.0, qAbs(b));
 }
 
 } // namespace
@@ -27,11 +25,15 @@ class TestTools : public QObject
 {
     Q_OBJECT
 
-private:
-    // A plot over the given securities rows, on the fixture's futures if `selectFuture`.
+    QTemporaryDir m_dir;
+    std::unique_ptr<TestPlot> m_plot;
+    PriceBased2dPlotPicker* m_picker = nullptr;
+    PriceBased2dPlotPointManager* m_manager = nullptr;
+
+    // A plot over the fixture's futures and `rows`, with the futures selected if `selectFuture`.
     bool loadPlot(const QByteArray& rows, bool selectFuture = true)
     {
-        if (!TestSupport::load(*m_dir, rows))
+        if (!TestSupport::load(m_dir, rows))
             return false;
         m_plot.reset(new TestPlot(true));
         if (selectFuture) {
@@ -41,8 +43,8 @@ private:
         return true;
     }
 
-    // A picker over the futures with the given price_step (empty for a null field).
-    bool setUpPlot(const QByteArray& priceStep, bool selectFuture = true)
+    // A picker over the futures with the given price_step (empty for a null field), X -1..103.
+    bool setUpPicker(const QByteArray& priceStep, bool selectFuture = true)
     {
         if (!loadPlot(TestSupport::futureRow(priceStep), selectFuture))
             return false;
@@ -54,29 +56,6 @@ private:
         return true;
     }
 
-    PriceBased2dPlotCurve* addCurve(const QVector<QPointF>& samples)
-    {
-        auto* curve = new PriceBased2dPlotCurve(m_plot.get(),
-                                                QStringLiteral("Curve %1").arg(m_plot->itemList().size()));
-        curve->setDataType(9);
-        curve->setLegendAttribute(QwtPlotCurve::LegendShowLine);
-        curve->setSamples(samples);
-        curve->attach(m_plot.get());
-        return curve;
-    }
-
-    ClosestPointInfo closestAt(double price, double value, const QList<PriceBased2dPlotCurve*>& curves)
-    {
-        m_picker->setMousePrice(price);
-        m_picker->setMouseValue(value);
-        return m_picker->getClosestCurveParams(curves);
-    }
-
-    std::unique_ptr<QTemporaryDir> m_dir;
-    PriceBased2dPlotPointManager* m_manager = nullptr;
-    std::unique_ptr<TestPlot> m_plot;
-    PriceBased2dPlotPicker* m_picker = nullptr;
-
     bool setUpManager(const QByteArray& optionRows, bool byMaxSession = false)
     {
         if (!loadPlot(TestSupport::futureRow("0.01") + optionRows))
@@ -86,73 +65,64 @@ private:
         return m_manager->model() != nullptr;
     }
 
-    bool setVisibleX(double lo, double hi)
+    PriceBased2dPlotCurve* addCurve(const QVector<QPointF>& samples)
     {
-        m_plot->setAxisScale(QwtPlot::xBottom, lo, hi);
-        m_plot->updateAxes();
-        return m_plot->axisScaleDiv(QwtPlot::xBottom).interval() == QwtInterval(lo, hi);
+        return TestSupport::validCurve(m_plot.get(), QString::number(m_plot->itemList().size()), 9, samples);
+    }
+
+    ClosestPointInfo closestAt(double price, const QList<PriceBased2dPlotCurve*>& curves)
+    {
+        m_picker->setMousePrice(price);
+        m_picker->setMouseValue(5.0);
+        return m_picker->getClosestCurveParams(curves);
     }
 
 private Q_SLOTS:
-    void init() { m_dir.reset(new QTemporaryDir); }
-
     void cleanup()
     {
         m_plot.reset();
         TestSupport::clearData();
     }
 
-    void priceStep_data()
+    void pickerPicksOnlyWithAPriceStep_data()
     {
-        QTest::addColumn<QByteArray>("priceStepField");
-        QTest::addColumn<bool>("selectFuture");
-        QTest::addColumn<double>("expected");
-
+        TestSupport::columns<QByteArray, bool, double>({"priceStepField", "selectFuture", "expected"});
         QTest::newRow("futures price step") << QByteArray("0.5") << true << 0.5;
         QTest::newRow("null price step") << QByteArray() << true << 0.0;
         QTest::newRow("no futures") << QByteArray("0.5") << false << -1.0;
     }
-
-    void priceStep()
+    void pickerPicksOnlyWithAPriceStep()
     {
-        QFETCH(QByteArray, priceStepField);
-        QFETCH(bool, selectFuture);
-        QFETCH(double, expected);
-        QVERIFY(setUpPlot(priceStepField, selectFuture));
+        const auto [priceStepField, selectFuture, expected] =
+            TestSupport::fetch<QByteArray, bool, double>({"priceStepField", "selectFuture", "expected"});
+        QVERIFY(setUpPicker(priceStepField, selectFuture));
         QCOMPARE(m_picker->priceStep(), expected);
         QPointer<QTimer> timer = m_picker->timer();
         QVERIFY(timer && timer->isActive());
 
-        // Without a usable step no point is ever picked.
         auto* curve = addCurve({{1, 5}});
         const bool usable = expected > 0.0;
         QCOMPARE(m_picker->getClosestPointParams(curve, {0, 10, 0, 10, 1, 5}).index, usable ? 0 : -1);
-        QCOMPARE(closestAt(1.0, 5.0, {curve}).curve, usable ? curve : nullptr);
-
+        QCOMPARE(closestAt(1.0, {curve}).curve, usable ? curve : nullptr);
         delete m_picker;
         QVERIFY(timer.isNull());
     }
 
     // The mouse price snaps to the price step of 0.5 with qRound's rule before the search.
-    void snapping_data()
+    void mousePriceSnapsToThePriceStep_data()
     {
-        QTest::addColumn<double>("mousePrice");
-        QTest::addColumn<int>("index");
-
+        TestSupport::columns<double, int>({"mousePrice", "index"});
         QTest::newRow("101.26 to 101.5") << 101.26 << 5;
         QTest::newRow("101.24 to 101") << 101.24 << 4;
         QTest::newRow("-0.25 to 0") << -0.25 << 1;
         QTest::newRow("-0.26 to -0.5") << -0.26 << 0;
     }
-
-    void snapping()
+    void mousePriceSnapsToThePriceStep()
     {
-        QFETCH(double, mousePrice);
-        QFETCH(int, index);
-        QVERIFY(setUpPlot("0.5"));
+        const auto [mousePrice, index] = TestSupport::fetch<double, int>({"mousePrice", "index"});
+        QVERIFY(setUpPicker("0.5"));
         auto* curve = addCurve({{-0.5, 5}, {0, 5}, {1, 5}, {3, 5}, {101.25, 5}, {101.5, 5}});
-
-        const ClosestPointInfo info = closestAt(mousePrice, 5.0, {curve});
+        const ClosestPointInfo info = closestAt(mousePrice, {curve});
         QCOMPARE(info.curve, curve);
         QCOMPARE(info.index, index);
         QCOMPARE(info.distance, -1.0);
@@ -161,59 +131,49 @@ private Q_SLOTS:
         auto* first = addCurve({{1, 5}, {3, 5}});
         auto* hidden = addCurve({{2, 5}});
         hidden->setVisible(false);
-        const ClosestPointInfo tie = closestAt(2.0, 5.0, {nullptr, hidden, first, curve});
+        const ClosestPointInfo tie = closestAt(2.0, {nullptr, hidden, first, curve});
         QCOMPARE(tie.curve, first);
         QCOMPARE(tie.index, 0);
-        QCOMPARE(closestAt(2.0, 5.0, {curve, first}).curve, curve);
+        QCOMPARE(closestAt(2.0, {curve, first}).curve, curve);
     }
 
-    void closestPoint_data()
+    // Samples (1, 5), (2, 7), (20, 5); distances are sums of absolute percentages of the spans.
+    void closestPointBySpanPercentages_data()
     {
-        QTest::addColumn<ClosestPointCalcParams>("params");
-        QTest::addColumn<int>("index");
-        QTest::addColumn<double>("distance");
-
-        // Samples (1, 5), (2, 7), (20, 5); distances are sums of absolute percentages of the spans.
+        TestSupport::columns<ClosestPointCalcParams, int, double>({"params", "index", "distance"});
         QTest::newRow("percent sum") << ClosestPointCalcParams{0, 10, 0, 10, 2, 6} << 1 << 10.0;
         QTest::newRow("nearest sample outside") << ClosestPointCalcParams{0, 10, 0, 10, 20, 5} << 0 << 190.0;
         QTest::newRow("zero y span unscaled") << ClosestPointCalcParams{0, 10, 5, 5, 1, 0.3} << 0 << 0.3;
         QTest::newRow("all outside") << ClosestPointCalcParams{30, 40, 0, 10, 0, 0} << -1 << -1.0;
     }
-
-    void closestPoint()
+    void closestPointBySpanPercentages()
     {
-        QFETCH(ClosestPointCalcParams, params);
-        QFETCH(int, index);
-        QFETCH(double, distance);
-        QVERIFY(setUpPlot("0.5"));
+        const auto [params, index, distance] =
+            TestSupport::fetch<ClosestPointCalcParams, int, double>({"params", "index", "distance"});
+        QVERIFY(setUpPicker("0.5"));
         const ClosestPointInfo info =
             m_picker->getClosestPointParams(addCurve({{1, 5}, {2, 7}, {20, 5}}), params);
         QCOMPARE(info.index, index);
         QCOMPARE(info.distance, distance);
     }
 
-    void usedCurvesAndText()
+    void trackerTextIsLargerAndLeftAligned()
     {
-        QVERIFY(setUpPlot("0.5"));
+        QVERIFY(setUpPicker("0.5"));
         addCurve({{1, 5}, {3, 5}});
         QVERIFY(m_picker->usedCurves().isEmpty()); // no legend yet
         const QwtText text = m_picker->renderedText(QStringLiteral("101.5"));
         QVERIFY(text.testPaintAttribute(QwtText::PaintUsingTextFont));
         QCOMPARE(text.font().pointSize(), 11); // 1.2 x 9 pt
         QCOMPARE(text.renderFlags(), int(Qt::AlignLeft | Qt::AlignVCenter));
-
         m_picker->setTrackerText(text);
         QCOMPARE(m_picker->trackerText(QPoint(-100, 900)).text(), QStringLiteral("101.5"));
     }
 
-    void minStepPoints_data()
+    void minStepPointsUpToTheCap_data()
     {
-        QTest::addColumn<double>("from");
-        QTest::addColumn<double>("to");
-        QTest::addColumn<double>("step");
-        QTest::addColumn<int>("count");
-        QTest::addColumn<QList<double>>("expected");
-
+        TestSupport::columns<double, double, double, int, QList<double>>(
+            {"from", "to", "step", "count", "expected"});
         QTest::newRow("exact end") << 1.0 << 2.0 << 0.25 << 5 << QList<double>{1, 1.25, 1.5, 1.75, 2};
         QTest::newRow("fuzzy end included") << 0.1 << 0.3 << 0.1 << 3 << QList<double>{0.1, 0.2, 0.3};
         QTest::newRow("step wider than width") << 1.0 << 1.5 << 2.0 << 0 << QList<double>{};
@@ -221,56 +181,48 @@ private Q_SLOTS:
         QTest::newRow("at the cap") << 1.0 << 100001.0 << 1.0 << 100001 << QList<double>{};
         QTest::newRow("beyond the cap") << 1.0 << 200001.0 << 1.0 << 0 << QList<double>{};
     }
-
-    void minStepPoints()
+    void minStepPointsUpToTheCap()
     {
-        QFETCH(double, from);
-        QFETCH(double, to);
-        QFETCH(double, step);
-        QFETCH(int, count);
-        QFETCH(QList<double>, expected);
-
+        const auto [from, to, step, count, expected] =
+            TestSupport::fetch<double, double, double, int, QList<double>>(
+                {"from", "to", "step", "count", "expected"});
         const QList<double> points = PriceBased2dPlotPointManager::minStepPoints(from, to, step);
         QCOMPARE(points.size(), count);
         for (int i = 0; i < expected.size(); ++i)
-            QVERIFY2(closeTo(points.at(i), expected.at(i)), qPrintable(QString::number(i)));
+            QVERIFY2(Plot2dCommon::fuzzyEqual(points.at(i), expected.at(i)), qPrintable(QString::number(i)));
     }
 
-    void updatePriceInterval_data()
+    void priceIntervalFromStrikes_data()
     {
-        QTest::addColumn<QStringList>("strikes");
-        QTest::addColumn<QByteArray>("optionPriceStep");
-        QTest::addColumn<PriceInterval>("expected");
-
+        TestSupport::columns<QStringList, QByteArray, PriceInterval>(
+            {"strikes", "optionPriceStep", "expected"});
         QTest::newRow("one strike") << QStringList{"100"} << QByteArray("0.01") << PriceInterval::empty();
         QTest::newRow("uneven strikes")
-            << QStringList{"100", "105", "120"} << QByteArray("0.01") << makeInterval(100, 120, 5);
+            << QStringList{"100", "105", "120"} << QByteArray("0.01") << interval(100, 120, 5);
         QTest::newRow("first strike zero")
             << QStringList{"0", "10", "20"} << QByteArray("0.01") << PriceInterval::empty();
         // The option's price step 0.01 gives two decimals: 0.125 rounds to 0.13.
-        QTest::newRow("step rounded") << QStringList{"100", "100.125", "100.25"} << QByteArray("0.01")
-                                      << makeInterval(100, 100.25, 0.13);
+        QTest::newRow("step rounded")
+            << QStringList{"100", "100.125", "100.25"} << QByteArray("0.01") << interval(100, 100.25, 0.13);
         QTest::newRow("step rounds to zero")
             << QStringList{"100", "100.001", "100.002"} << QByteArray("0.01") << PriceInterval::empty();
         // Without a price step the options' decimals are unknown.
         QTest::newRow("unknown decimals")
             << QStringList{"100", "110"} << QByteArray() << PriceInterval::empty();
     }
-
-    void updatePriceInterval()
+    void priceIntervalFromStrikes()
     {
-        QFETCH(QStringList, strikes);
-        QFETCH(QByteArray, optionPriceStep);
-        QFETCH(PriceInterval, expected);
+        const auto [strikes, optionPriceStep, expected] =
+            TestSupport::fetch<QStringList, QByteArray, PriceInterval>(
+                {"strikes", "optionPriceStep", "expected"});
         QVERIFY(setUpManager(TestSupport::optionRows(100, strikes, optionPriceStep)));
-
         m_manager->updatePriceInterval();
         QVERIFY(m_manager->interval() == expected);
     }
 
     // Table changes move the interval and announce it once, also to a queued listener; the empty
     // interval is announced only when the plot held another one.
-    void liveTableChanges()
+    void tableChangesAnnounceTheIntervalOnce()
     {
         QVERIFY(setUpManager(TestSupport::optionRows(100, {"100"})));
         QSignalSpy spy(m_manager, &PriceBased2dPlotPointManager::priceIntervalChanged);
@@ -278,18 +230,16 @@ private Q_SLOTS:
         QObject receiver;
         connect(
             m_manager, &PriceBased2dPlotPointManager::priceIntervalChanged, &receiver,
-            [&queued](const PriceInterval& interval) { queued << interval; }, Qt::QueuedConnection);
+            [&queued](const PriceInterval& changed) { queued << changed; }, Qt::QueuedConnection);
         m_manager->updatePriceInterval();
         QCOMPARE(spy.count(), 0);
-        QVERIFY(m_plot->priceInterval() == PriceInterval::empty());
 
-        QVERIFY(TestSupport::addSecurities(*m_dir, TestSupport::optionRows(200, {"110"})));
+        QVERIFY(TestSupport::addSecurities(m_dir, TestSupport::optionRows(200, {"110"})));
         QCOMPARE(spy.count(), 1);
-        QVERIFY(m_plot->priceInterval() == makeInterval(100, 110, 10));
-        QVERIFY(queued.isEmpty());
+        QVERIFY(m_plot->priceInterval() == interval(100, 110, 10));
         QTRY_COMPARE(queued.size(), 1);
-        QVERIFY(queued.first() == makeInterval(100, 110, 10));
-        QVERIFY(TestSupport::addSecurities(*m_dir, TestSupport::row("sec_id=400 isin_id=5000 base_code=SI")));
+        QVERIFY(queued.first() == interval(100, 110, 10));
+        QVERIFY(TestSupport::addSecurities(m_dir, TestSupport::row("sec_id=400 isin_id=5000 base_code=SI")));
         QCOMPARE(spy.count(), 1); // another base code
 
         QVERIFY(m_plot->securitiesTable()->removeByKey(qint64(200)));
@@ -299,63 +249,55 @@ private Q_SLOTS:
         QCOMPARE(spy.count(), 2);
     }
 
-    void calcPlotPoints_data()
+    // Strikes 100..200 by 10: m inner points in each strike interval between the strikes framing the
+    // view, every price step when few strikes are visible, ten beyond the strikes.
+    void plotPointsRefineWithTheView_data()
     {
-        QTest::addColumn<double>("lo");
-        QTest::addColumn<double>("hi");
-        QTest::addColumn<bool>("refine");
-        QTest::addColumn<int>("count");
-
-        // 11 strikes plus m inner points in each strike interval between the framing strikes.
+        TestSupport::columns<double, double, bool, int>({"lo", "hi", "refine", "count"});
         QTest::newRow("framed by 130 and 190") << 140.0 << 180.0 << false << 11 + 6 * 17;
         QTest::newRow("framed by 130 and 150") << 140.0 << 141.5 << false << 11 + 2 * 50;
-        // Fine mode: every price step of the strike range.
         QTest::newRow("a hundred price steps") << 140.0 << 141.0 << false << 10001;
-        // Beyond the strikes: ten inner points cut each strike interval into eleven parts.
         QTest::newRow("whole range") << 0.0 << 1000.0 << false << 111;
-        // Beside the strikes the points come only on request.
         QTest::newRow("beside, not asked") << 300.0 << 400.0 << false << 0;
         QTest::newRow("beside, asked") << 300.0 << 400.0 << true << 111;
     }
-
-    void calcPlotPoints()
+    void plotPointsRefineWithTheView()
     {
-        QFETCH(double, lo);
-        QFETCH(double, hi);
-        QFETCH(bool, refine);
-        QFETCH(int, count);
+        const auto [lo, hi, refine, count] =
+            TestSupport::fetch<double, double, bool, int>({"lo", "hi", "refine", "count"});
         QVERIFY(setUpManager(TestSupport::optionRows(100, TestSupport::strikeRange(100, 200, 10))));
         m_manager->updatePriceInterval();
-        QVERIFY(setVisibleX(lo, hi));
+        m_plot->setAxisScale(QwtPlot::xBottom, lo, hi);
+        m_plot->updateAxes();
 
         const QList<double> points = m_manager->calcPlotPoints(refine);
         QCOMPARE(points.size(), count);
         const bool beyondStrikes = lo < 100.0 || lo > 200.0;
         for (int i = 0; beyondStrikes && i < count; ++i)
-            QVERIFY(closeTo(points.at(i), 100.0 + (i / 11) * 10.0 + (i % 11) * 10.0 / 11.0));
+            QVERIFY(Plot2dCommon::fuzzyEqual(points.at(i), 100.0 + (i / 11) * 10.0 + (i % 11) * 10.0 / 11.0));
         if (count > 0) {
             QCOMPARE(points.first(), 100.0);
-            QVERIFY(closeTo(points.last(), 200.0));
+            QVERIFY(Plot2dCommon::fuzzyEqual(points.last(), 200.0));
         }
-        for (int i = 1; i < points.size(); ++i)
-            QVERIFY(points.at(i - 1) < points.at(i));
+        QVERIFY(std::adjacent_find(points.cbegin(), points.cend(), std::greater_equal<double>()) ==
+                points.cend());
 
         // Descending strikes or an empty interval give no points.
         m_manager->model()->sort(0, Qt::DescendingOrder);
-        m_plot->setPriceInterval(makeInterval(100, 200, 10));
+        m_plot->setPriceInterval(interval(100, 200, 10));
         QVERIFY(m_manager->calcPlotPoints(true).isEmpty());
         m_manager->model()->sort(0, Qt::AscendingOrder);
         m_plot->setPriceInterval(PriceInterval::empty());
         QVERIFY(m_manager->calcPlotPoints(true).isEmpty());
     }
 
-    void maxSessionModel()
+    void maxSessionManagerOwnsItsModel()
     {
         QVERIFY(setUpManager(TestSupport::optionRows(100, {"100", "110"}), true));
         QPointer<StrikeByBaseCodeModel> model = m_manager->model();
+        QVERIFY(qobject_cast<StrikeByMaxSessionModel*>(model.data()));
         FilterParams filter;
         filter.futIsinId = 1001;
-        QVERIFY(qobject_cast<StrikeByMaxSessionModel*>(model.data()));
         m_manager->initCore(filter);
         QVERIFY(m_manager->filterParams() == filter);
         delete m_manager;

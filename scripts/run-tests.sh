@@ -7,7 +7,11 @@ cd "$(dirname "$0")/.."
 jobs=${PLOT2D_JOBS:-$(nproc)}
 build=${PLOT2D_BUILD_DIR:-build}
 
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+# CI builds warning-free or not at all; a developer's build only reports warnings.
+werror=OFF
+[ "${CI:-}" = true ] && werror=ON
+
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPLOT2D_WERROR="$werror"
 cmake --build "$build" -j"$jobs"
 ctest --test-dir "$build" --output-on-failure -j"$jobs"
 

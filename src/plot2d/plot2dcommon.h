@@ -28,7 +28,8 @@ PLOT2D_EXPORT bool scaleDrawFuzzyCompare(double a, double b);
 // Out-of-range values saturate; NaN gives 0.
 PLOT2D_EXPORT qint64 roundHalfUp64(double value);
 PLOT2D_EXPORT int roundHalfUp(double value);
-// Relative fuzzy equality with a factor of 1e12: |a - b| * 1e12 <= min(|a|, |b|).
+// Relative fuzzy equality with a factor of 1e12: the data layer's commonFuzzyCompare, under the
+// name the plot's own code uses.
 PLOT2D_EXPORT bool fuzzyEqual(double a, double b);
 // |x| <= 1e-12.
 PLOT2D_EXPORT bool isNearZero(double value);

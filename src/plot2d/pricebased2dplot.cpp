@@ -5,6 +5,7 @@
 #include "datetime.h"
 #include "dbcommon.h"
 #include "field.h"
+#include "fieldconstvalue.h"
 #include "icore.h"
 #include "plot2dcolors.h"
 #include "plot2dcommon.h"
@@ -272,7 +273,8 @@ bool PriceBased2dPlot::isExerciseCandidate(const Record& record) const
     const int boardId = securitiesField(record, SecBoardId).toInteger();
     const int sessId = securitiesField(record, SecSessId).toInteger();
     const char sectype = securitiesField(record, SecSectype).toChar();
-    return sectype == 'F' && securitiesField(record, SecBaseCode).toString() == m_baseCode && sessId != 0 &&
+    return sectype == FieldConstValue::SecTypes::Futures &&
+           securitiesField(record, SecBaseCode).toString() == m_baseCode && sessId != 0 &&
            BoardDirectory::i()->isAnonymById(stockId, boardId);
 }
 
@@ -317,7 +319,7 @@ decimal PriceBased2dPlot::getKotirFromFutureRecord(const Record& record) const
 std::pair<double, double> PriceBased2dPlot::volatMinMax(const Record& record)
 {
     if (record.isNull() || !m_securitiesTable || record.table() != m_securitiesTable ||
-        securitiesField(record, SecSectype).toChar() != 'F')
+        securitiesField(record, SecSectype).toChar() != FieldConstValue::SecTypes::Futures)
         return std::make_pair(gc_dVolatMinDefault, gc_dVolatMaxDefault);
 
     double low = securitiesField(record, SecVolatMin).toDouble();

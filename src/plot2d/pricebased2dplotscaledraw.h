@@ -34,7 +34,7 @@ public:
     virtual void updateLabels();
 
     // --- label candidates, quote position, digit trimming ---
-    /// The label candidates of a division: its major ticks.
+    /// The label candidates of a division: its major and medium ticks, ascending.
     QList<double> getTicks(const QwtScaleDiv& div) const;
     /// Whether the current quote lies strictly inside the visible prices, so that its label is drawn.
     void updateCurKotirStatus();
@@ -44,7 +44,7 @@ public:
     void setCurKotirEnabled(bool enabled);
     /// Counts the leading digits that neighbouring labels share, so that labels can drop them.
     void setEqualDigitsNum();
-    /// Leading digits that two integers of `length` digits share; -1 for negative ones.
+    /// Leading digits that two non-negative integers of `length` digits share; -1 outside that.
     int findEqualDigitsInIntegerPart(long long a, long long b, int length) const;
     /// Leading fractional digits that two values share (at most 10); -1 when not computable.
     int findEqualDigitsInFractionPart(double a, double b) const;
@@ -60,7 +60,7 @@ public:
     std::pair<double, double> getIntersectedPair(const QRect& r1, const QRect& r2, double a, double b) const;
     /// The neighbouring label pairs whose rectangles overlap.
     QList<std::pair<double, double>> overlappedLabels(const QList<double>& values) const;
-    /// Removes one label of an overlapping pair from `values`, never the current quote's.
+    /// Resolves the last overlapping pair when the quote is in it: the quote's neighbour is removed.
     bool removeOneTick(const std::pair<double, double>& pair, QList<double>& values) const;
     /// Whether a division's ticks are too dense to label distinctly.
     bool ticksShrinked(const QwtScaleDiv& div) const;

@@ -13,9 +13,9 @@ werror=OFF
 
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPLOT2D_WERROR="$werror"
 cmake --build "$build" -j"$jobs"
+ctest --test-dir "$build" --output-on-failure -j"$jobs"
 # The API reference fails on any undocumented public member.
 cmake --build "$build" --target docs
-ctest --test-dir "$build" --output-on-failure -j"$jobs"
 
 if [ "${PLOT2D_QUICK:-0}" != 1 ] && [ -x scripts/run-reliability.sh ]; then
   scripts/run-reliability.sh

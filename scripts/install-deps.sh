@@ -1,20 +1,30 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building, testing and running plot2d need.
-# Idempotent and non-interactive; run as root (or through sudo) on a fresh machine.
+# Installs the Debian packages that building, testing and running plot2d need; with --bench also
+# those of the benchmarks (bench/). Idempotent and non-interactive; run as root (or through sudo)
+# on a fresh machine.
 set -euo pipefail
 
 packages=(
   build-essential cmake ninja-build pkg-config
+  # Qwt's pkg-config file requires the Svg and OpenGL modules.
   qtbase5-dev libqt5svg5-dev libqt5opengl5-dev libqwt-qt5-dev
   # Tests measure label geometry: a known font keeps it machine-independent.
   fonts-dejavu-core
-  # Benchmarks only.
-  libbenchmark-dev libqcustomplot-dev
   # Reliability suite: sanitizers and libFuzzer come with clang.
   clang libclang-rt-14-dev
-  # Demo screenshots and checks.
-  xvfb
+  # The docs target (Doxygen over the public headers, warnings as errors).
+  doxygen
 )
+
+case "${1:-}" in
+  "") ;;
+  # QCustomPlot's package also pulls in Qt 6: kept out of every other build.
+  --bench) packages+=(libbenchmark-dev libqcustomplot-dev) ;;
+  *)
+    echo "usage: $0 [--bench]" >&2
+    exit 2
+    ;;
+esac
 
 missing=()
 for p in "${packages[@]}"; do

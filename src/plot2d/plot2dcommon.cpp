@@ -1,5 +1,7 @@
 #include "plot2dcommon.h"
 
+#include "dbcommon.h"
+
 #include <qwt_interval.h>
 #include <qwt_scale_div.h>
 
@@ -108,7 +110,7 @@ int roundHalfUp(double value)
 
 bool fuzzyEqual(double a, double b)
 {
-    return std::fabs(a - b) * 1000000000000.0 <= std::min(std::fabs(a), std::fabs(b));
+    return commonFuzzyCompare(a, b);
 }
 
 bool isNearZero(double value)

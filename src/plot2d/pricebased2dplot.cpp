@@ -5,9 +5,11 @@
 #include "datetime.h"
 #include "dbcommon.h"
 #include "field.h"
+#include "fieldconstvalue.h"
 #include "icore.h"
 #include "plot2dcolors.h"
 #include "plot2dcommon.h"
+#include "plot2ditems_p.h"
 #include "pricebased2dplotcurve.h"
 #include "pricebased2dplotlegend.h"
 #include "pricebased2dplotpanner.h"
@@ -283,7 +285,8 @@ bool PriceBased2dPlot::isExerciseCandidate(const Record& record) const
     const int boardId = securitiesField(record, SecBoardId).toInteger();
     const int sessId = securitiesField(record, SecSessId).toInteger();
     const char sectype = securitiesField(record, SecSectype).toChar();
-    return sectype == 'F' && securitiesField(record, SecBaseCode).toString() == m_baseCode && sessId != 0 &&
+    return sectype == FieldConstValue::SecTypes::Futures &&
+           securitiesField(record, SecBaseCode).toString() == m_baseCode && sessId != 0 &&
            BoardDirectory::i()->isAnonymById(stockId, boardId);
 }
 
@@ -328,7 +331,7 @@ decimal PriceBased2dPlot::getKotirFromFutureRecord(const Record& record) const
 std::pair<double, double> PriceBased2dPlot::volatMinMax(const Record& record)
 {
     if (record.isNull() || !m_securitiesTable || record.table() != m_securitiesTable ||
-        securitiesField(record, SecSectype).toChar() != 'F')
+        securitiesField(record, SecSectype).toChar() != FieldConstValue::SecTypes::Futures)
         return std::make_pair(gc_dVolatMinDefault, gc_dVolatMaxDefault);
 
     double low = securitiesField(record, SecVolatMin).toDouble();
@@ -393,54 +396,17 @@ QString PriceBased2dPlot::xAxisMetricUnit() const
 
 QList<PriceBased2dPlotCurve*> PriceBased2dPlot::attachedCurves(int dataType) const
 {
-    QList<PriceBased2dPlotCurve*> curves;
-    const QwtPlotItemList items = itemList(QwtPlotItem::Rtti_PlotCurve);
-    for (QwtPlotItem* item : items) {
-        auto* curve = dynamic_cast<PriceBased2dPlotCurve*>(item);
-        if (!curve)
-            continue;
-        if (dataType == PriceBased2dPlotCurve::NotSet ||
-            (curve->dataType() == dataType && curve->isValidType(curve->dataType())))
-            curves.append(curve);
-    }
-    return curves;
+    return Plot2dCommon::attachedCurves(*this, dataType);
 }
 
 QList<QwtPlotMarker*> PriceBased2dPlot::attachedMarkers() const
 {
-    QList<QwtPlotMarker*> markers;
-    const QwtPlotItemList items = itemList(QwtPlotItem::Rtti_PlotMarker);
-    for (QwtPlotItem* item : items) {
-        auto* marker = dynamic_cast<QwtPlotMarker*>(item);
-        if (marker && marker->symbol() && marker->rtti() == QwtPlotItem::Rtti_PlotMarker)
-            markers.append(marker);
-    }
-    return markers;
+    return Plot2dCommon::attachedMarkers(*this);
 }
 
 QRectF PriceBased2dPlot::curvesRectangle() const
 {
-    double left = DoubleMax;
-    double top = DoubleMax;
-    double right = -DoubleMax;
-    double bottom = -DoubleMax;
-
-    const QwtPlotItemList items = itemList(QwtPlotItem::Rtti_PlotCurve);
-    for (QwtPlotItem* item : items) {
-        const auto* curve = dynamic_cast<PriceBased2dPlotCurve*>(item);
-        if (!curve || curve->rtti() != QwtPlotItem::Rtti_PlotCurve || !curve->isVisible() ||
-            curve->dataType() == PriceBased2dPlotCurve::CurKotirLine)
-            continue;
-        const QRectF rect = curve->boundingRect();
-        left = std::min(left, rect.left());
-        top = std::min(top, rect.top());
-        right = std::max(right, rect.left() + rect.width());
-        bottom = std::max(bottom, rect.top() + rect.height());
-    }
-
-    if (left > right || top > bottom)
-        return QRectF(0.0, 0.0, 0.0, 0.0);
-    return QRectF(left, top, right - left, bottom - top);
+    return Plot2dCommon::curvesRectangle(*this);
 }
 
 QList<QwtPlotMarker*> PriceBased2dPlot::createMarkers(int count, PriceBased2dPlotCurve* curve)

@@ -1,6 +1,7 @@
 #include "pricebased2dplotcurve.h"
 
 #include "plot2dcolors.h"
+#include "plot2ditems_p.h"
 #include "pricebased2dplot.h"
 #include "table.h"
 
@@ -74,7 +75,7 @@ void PriceBased2dPlotCurve::setVisible(bool on)
     }
 
     if (m_dataType == MarkerCurve) {
-        const QList<QwtPlotMarker*> markers = m_plot->attachedMarkers();
+        const QList<QwtPlotMarker*> markers = Plot2dCommon::attachedMarkers(*m_plot);
         for (QwtPlotMarker* marker : markers) {
             if (marker && marker->symbol())
                 marker->setVisible(on);
@@ -131,7 +132,7 @@ void PriceBased2dPlotCurve::setMarkerSamples(const QVector<PriceBased2dPlotPoint
     int wanted = 0;
     for (const PriceBased2dPlotPoint& point : points)
         wanted += point.isMarker ? 1 : 0;
-    QList<QwtPlotMarker*> markers = m_plot->attachedMarkers();
+    QList<QwtPlotMarker*> markers = Plot2dCommon::attachedMarkers(*m_plot);
 
     // 4. Bring the marker list to the wanted size.
     while (markers.size() > wanted) {

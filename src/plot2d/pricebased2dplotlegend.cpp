@@ -1,6 +1,7 @@
 #include "pricebased2dplotlegend.h"
 
 #include "plot2dcolors.h"
+#include "plot2ditems_p.h"
 #include "pricebased2dplot.h"
 #include "pricebased2dplotcurve.h"
 
@@ -305,7 +306,7 @@ void PriceBased2dPlotLegend::store(Settings& settings) const
     const_cast<PriceBased2dPlotLegend*>(this)->updateItemMaps();
     auto* plot = qobject_cast<PriceBased2dPlot*>(m_plot);
     const QList<PriceBased2dPlotCurve*> curves =
-        plot ? plot->attachedCurves(-1) : QList<PriceBased2dPlotCurve*>();
+        plot ? Plot2dCommon::attachedCurves(*plot, -1) : QList<PriceBased2dPlotCurve*>();
 
     QByteArray bytes;
     QDataStream out(&bytes, QIODevice::WriteOnly);
@@ -350,7 +351,7 @@ void PriceBased2dPlotLegend::restore(const Settings& settings)
 
 void PriceBased2dPlotLegend::applyCurveState(const PriceBased2dPlot* plot, int dataType, bool visible)
 {
-    const QList<PriceBased2dPlotCurve*> curves = plot->attachedCurves(dataType);
+    const QList<PriceBased2dPlotCurve*> curves = Plot2dCommon::attachedCurves(*plot, dataType);
     if (curves.size() != 1)
         return; // a type shared by several curves cannot say which one it meant
 
@@ -393,7 +394,7 @@ void PriceBased2dPlotLegend::setResetIcon(QwtLegendLabel* label)
         return;
 
     const QString title = label->text().text();
-    const QList<PriceBased2dPlotCurve*> curves = plot->attachedCurves(-1);
+    const QList<PriceBased2dPlotCurve*> curves = Plot2dCommon::attachedCurves(*plot, -1);
     for (const PriceBased2dPlotCurve* curve : curves) {
         if (curve->title().text() != title)
             continue;
@@ -432,7 +433,7 @@ int PriceBased2dPlotLegend::getStyle(const PriceBased2dPlotCurve* curve) const
     auto* plot = qobject_cast<PriceBased2dPlot*>(m_plot);
     if (!plot)
         return -1;
-    const QList<QwtPlotMarker*> markers = plot->attachedMarkers();
+    const QList<QwtPlotMarker*> markers = Plot2dCommon::attachedMarkers(*plot);
     if (markers.isEmpty())
         return QwtSymbol::Rect;
     const QwtPlotMarker* marker = markers.first();

@@ -1,6 +1,7 @@
 #include "pricebased2dplotpanner.h"
 
 #include "plot2dcommon.h"
+#include "plot2ditems_p.h"
 #include "pricebased2dplot.h"
 
 #include <qwt_plot_canvas.h>
@@ -102,7 +103,7 @@ void PriceBased2dPlotPanner::moveCanvas(int dx, int dy)
         return;
 
     // 3. The curves' extent; flat curves count as a band around their level.
-    const QRectF curves = m_plot->curvesRectangle();
+    const QRectF curves = Plot2dCommon::curvesRectangle(*m_plot);
     if (curves.width() <= 0.0 || curves.height() < 0.0)
         return;
     Bounds c = Bounds::fromRect(curves);

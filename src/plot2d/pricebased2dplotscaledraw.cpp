@@ -4,6 +4,7 @@
 #include "plot2dcolors.h"
 #include "plot2dcommon.h"
 
+#include <qwt_plot.h>
 #include <qwt_scale_div.h>
 #include <qwt_scale_map.h>
 #include <qwt_text.h>
@@ -92,12 +93,12 @@ public:
 
     bool containsFuzzy(double value) const
     {
-        const auto fuzzyEqual = [value](double tick) { return commonFuzzyCompare(value, tick); };
+        const auto equalsValue = [value](double tick) { return commonFuzzyCompare(value, tick); };
         if (!m_sorted || !std::isfinite(value))
-            return std::any_of(m_ticks.cbegin(), m_ticks.cend(), fuzzyEqual);
+            return std::any_of(m_ticks.cbegin(), m_ticks.cend(), equalsValue);
         const auto above = std::lower_bound(m_ticks.cbegin(), m_ticks.cend(), value);
-        return (above != m_ticks.cend() && fuzzyEqual(*above)) ||
-               (above != m_ticks.cbegin() && fuzzyEqual(*(above - 1)));
+        return (above != m_ticks.cend() && equalsValue(*above)) ||
+               (above != m_ticks.cbegin() && equalsValue(*(above - 1)));
     }
 
 private:
@@ -494,7 +495,7 @@ bool PriceBased2dPlotScaleDraw::ticksShrinked(const QwtScaleDiv& div) const
     QList<double> values;
     if (div.isEmpty())
         values = getTicks(scaleDiv());
-    else if (m_axis == 0)
+    else if (m_axis == QwtPlot::yLeft)
         values = getTicks(div);
     else
         values = m_labels;

@@ -35,7 +35,7 @@ QwtScaleDiv PriceBased2dPlotScaleEngine::divideScale(double x1, double x2, int m
     if (!std::isfinite(x1) || !std::isfinite(x2) || !std::isfinite(stepSize))
         return QwtScaleDiv();
     QwtScaleDiv div = QwtLinearScaleEngine::divideScale(x1, x2, maxMajorSteps, maxMinorSteps, stepSize);
-    if (m_axis == 0 && m_plot && !m_plot->autoScaleEnabled() && m_scaleDraw)
+    if (m_axis == QwtPlot::yLeft && m_plot && !m_plot->autoScaleEnabled() && m_scaleDraw)
         div = stabilized(div, x1, x2, maxMajorSteps, maxMinorSteps, stepSize);
     alignOnRescaleFactor(div, x1, x2);
     return div;

@@ -4,7 +4,6 @@
 
 #include <plot2d/platform.h>
 #include <plot2d/plot2dcolors.h>
-#include <plot2d/plot2dsampling.h>
 #include <plot2d/pricebased2dplot.h>
 #include <plot2d/pricebased2dplotcurve.h>
 #include <plot2d/pricebased2dplotlegend.h>

@@ -466,6 +466,16 @@ bool isVerticalPiece(const QPointF* points, int count)
     return last > previous || last != top || previous - last >= 3.0;
 }
 
+// Points the clipper put on the clip rectangle's border have fractional coordinates.
+bool isIntegral(const QPointF* points, int count)
+{
+    for (int i = 0; i < count; ++i) {
+        if (points[i].x() != std::floor(points[i].x()) || points[i].y() != std::floor(points[i].y()))
+            return false;
+    }
+    return true;
+}
+
 bool hasRepeats(const QPointF* points, int count)
 {
     for (int i = 1; i < count; ++i) {
@@ -532,7 +542,7 @@ DecimatedPolyline decimatePolyline(const QPolygonF& polyline)
                 high = std::max(high, piece[k].y());
             }
             spans.add(piece[0].x(), low, high);
-        } else if (hasRepeats(piece, size)) {
+        } else if (hasRepeats(piece, size) || !isIntegral(piece, size)) {
             // A path drops a line to its current point, which would change the caps.
             result.polylines.append(QPolygonF(QVector<QPointF>(piece, piece + size)));
         } else {

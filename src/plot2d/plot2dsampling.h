@@ -101,8 +101,9 @@ QPolygonF mappedPolyline(const YRangeIndex& index, const QwtScaleMap& xMap, cons
 const int QwtPieceSize = 6;
 
 // A device polyline reduced to what its pieces paint: pieces that stay inside one pixel column
-// become one vertical line per run of rows, the others are kept as subpaths (or, when they repeat a
-// point, which a path would drop, as polylines of their own).
+// become one vertical line per run of rows, the others are kept as subpaths of one path; a piece that
+// repeats a point (which a path would drop) or has a fractional point from the clipper (which a path
+// strokes differently) stays a polyline of its own.
 struct DecimatedPolyline
 {
     QVector<QLineF> columns;

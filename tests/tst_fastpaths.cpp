@@ -62,43 +62,44 @@ struct Scene
 
 const QRectF Canvas(0.0, 0.0, 400.0, 300.0);
 
-void mapsOf(const Scene& scene, QwtScaleMap* xMap, QwtScaleMap* yMap)
+// A white image for the scene's device, a painter on it as the plot canvas sets one up, and the maps.
+struct Frame
 {
-    xMap->setPaintInterval(scene.invertX ? Canvas.right() : Canvas.left(),
-                           scene.invertX ? Canvas.left() : Canvas.right());
-    xMap->setScaleInterval(scene.window.left(), scene.window.right());
-    yMap->setPaintInterval(Canvas.bottom(), Canvas.top());
-    yMap->setScaleInterval(scene.window.top(), scene.window.bottom());
-}
+    explicit Frame(const Scene& scene)
+        : image((Canvas.size() * scene.ratio).toSize(), QImage::Format_ARGB32_Premultiplied)
+    {
+        image.setDevicePixelRatio(scene.ratio);
+        image.fill(Qt::white);
+        painter.begin(&image);
+        painter.setRenderHint(QPainter::Antialiasing, scene.antialiased);
+        xMap.setPaintInterval(scene.invertX ? Canvas.right() : Canvas.left(),
+                              scene.invertX ? Canvas.left() : Canvas.right());
+        xMap.setScaleInterval(scene.window.left(), scene.window.right());
+        yMap.setPaintInterval(Canvas.bottom(), Canvas.top());
+        yMap.setScaleInterval(scene.window.top(), scene.window.bottom());
+    }
 
-// Draws the curve as a plot canvas does: painter hints set, the curve's own series drawing.
+    QImage image;
+    QPainter painter;
+    QwtScaleMap xMap;
+    QwtScaleMap yMap;
+};
+
 QImage painted(const QwtPlotCurve& curve, const Scene& scene)
 {
-    QImage image((Canvas.size() * scene.ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
-    image.setDevicePixelRatio(scene.ratio);
-    image.fill(Qt::white);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing, scene.antialiased);
-    QwtScaleMap xMap;
-    QwtScaleMap yMap;
-    mapsOf(scene, &xMap, &yMap);
-    curve.draw(&painter, xMap, yMap, Canvas);
-    return image;
+    Frame frame(scene);
+    curve.draw(&frame.painter, frame.xMap, frame.yMap, Canvas);
+    frame.painter.end();
+    return frame.image;
 }
 
-// Whether the curve takes its own path for this scene (with the painter as the curve sets it up).
+// Whether the curve takes its own path for this scene (with the pen the curve sets before drawing).
 bool takesFastPath(const PriceBased2dPlotCurve& curve, const Scene& scene)
 {
-    QImage image((Canvas.size() * scene.ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
-    image.setDevicePixelRatio(scene.ratio);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing, scene.antialiased);
-    painter.setPen(curve.pen());
-    QwtScaleMap xMap;
-    QwtScaleMap yMap;
-    mapsOf(scene, &xMap, &yMap);
+    Frame frame(scene);
+    frame.painter.setPen(curve.pen());
     const Plot2dSampling::YRangeIndex* index = Plot2dSampling::CurveCache::index(curve);
-    return index && Plot2dSampling::canDrawDecimated(curve, &painter, xMap, yMap, *index);
+    return index && Plot2dSampling::canDrawDecimated(curve, &frame.painter, frame.xMap, frame.yMap, *index);
 }
 
 int differingPixels(const QImage& a, const QImage& b)
@@ -183,81 +184,87 @@ void TestFastPaths::cleanupTestCase()
     TestSupport::clearData();
 }
 
+namespace {
+
+const QPen Black(Qt::black, 1.0);
+
+Scene device(bool antialiased, qreal ratio)
+{
+    Scene scene;
+    scene.antialiased = antialiased;
+    scene.ratio = ratio;
+    return scene;
+}
+
+// Scale values shown from the canvas' left to right and bottom to top.
+Scene view(double left, double right, double bottom = -60.0, double top = 60.0, bool invertX = false)
+{
+    Scene scene;
+    scene.window = QRectF(left, bottom, right - left, top - bottom);
+    scene.invertX = invertX;
+    return scene;
+}
+
+struct PaintCase
+{
+    const char* name;
+    DataKind kind;
+    QPen pen;
+    Scene scene; // its pen is the case's
+    bool fast;   // the curve's own path is expected to run
+    QwtPlotCurve::CurveStyle style;
+};
+
+const QwtPlotCurve::CurveStyle Lines = QwtPlotCurve::Lines;
+const PaintCase PaintCases[] = {
+    {"pen 1", Dense, Black, {}, true, Lines},
+    {"pen 0", Dense, QPen(Qt::black, 0.0), {}, true, Lines},
+    {"pen 1, round cap", Dense, QPen(Qt::blue, 1.0, Qt::SolidLine, Qt::RoundCap), {}, true, Lines},
+    {"pen 0.5", Dense, QPen(Qt::black, 0.5), {}, false, Lines},
+    {"pen 0.9", Dense, QPen(Qt::black, 0.9), {}, false, Lines},
+    {"pen 2", Dense, QPen(Qt::black, 2.0), {}, false, Lines},
+    {"dashed", Dense, QPen(Qt::black, 1.0, Qt::DashLine), {}, false, Lines},
+    {"translucent", Dense, QPen(QColor(0, 0, 255, 128), 1.0), {}, false, Lines},
+    {"antialiased", Dense, Black, device(true, 1.0), false, Lines},
+    {"pixel ratio 1.5", Dense, Black, device(false, 1.5), false, Lines},
+    {"pixel ratio 2", Dense, Black, device(false, 2.0), false, Lines},
+    {"sticks", Sparse, Black, {}, false, QwtPlotCurve::Sticks},
+    {"steps", Sparse, Black, {}, false, QwtPlotCurve::Steps},
+    {"dots", Dense, Black, {}, false, QwtPlotCurve::Dots},
+    {"NaN", WithNaN, Black, {}, false, Lines},
+    {"unsorted", Unsorted, Black, {}, false, Lines},
+    {"equal x", EqualX, Black, {}, true, Lines},
+    {"sparse", Sparse, Black, {}, true, Lines},
+    {"zoomed", Dense, Black, view(150.0, 151.0), true, Lines},
+    {"panned beyond the end", Dense, Black, view(180.0, 280.0), true, Lines},
+    {"clipped rows", Dense, Black, view(120.0, 150.0, -10.0, 10.0), true, Lines},
+    {"rows far off the canvas", Dense, Black, view(100.0, 200.0, 1000.0, 1005.0), true, Lines},
+    {"inverted x", Dense, Black, view(140.0, 170.0, -60.0, 60.0, true), true, Lines},
+    {"inverted y", Dense, Black, view(100.0, 200.0, 60.0, -60.0), true, Lines},
+};
+
+} // namespace
+
 void TestFastPaths::curvePaintsStockPixels_data()
 {
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<int>("style");
-    QTest::addColumn<QPen>("pen");
-    QTest::addColumn<bool>("antialiased");
-    QTest::addColumn<qreal>("ratio");
-    QTest::addColumn<QRectF>("window");
-    QTest::addColumn<bool>("invertX");
-    QTest::addColumn<bool>("fast"); // the curve's own path is expected to run
-
-    const QRectF whole(100.0, -60.0, 100.0, 120.0);
-    const QPen black(Qt::black, 1.0);
-    const int lines = QwtPlotCurve::Lines;
-    auto row = [&](const char* name, const QPen& pen, bool fast) {
-        QTest::newRow(name) << int(Dense) << lines << pen << false << qreal(1.0) << whole << false << fast;
-    };
-    row("pen 1", black, true);
-    row("pen 0", QPen(Qt::black, 0.0), true);
-    row("pen 1, round cap", QPen(Qt::darkBlue, 1.0, Qt::SolidLine, Qt::RoundCap), true);
-    row("pen 0.5", QPen(Qt::black, 0.5), false);
-    row("pen 0.9", QPen(Qt::black, 0.9), false);
-    row("pen 2", QPen(Qt::black, 2.0), false);
-    row("dashed", QPen(Qt::black, 1.0, Qt::DashLine), false);
-    row("translucent", QPen(QColor(0, 0, 255, 128), 1.0), false);
-
-    QTest::newRow("antialiased") << int(Dense) << lines << black << true << qreal(1.0) << whole << false
-                                 << false;
-    QTest::newRow("pixel ratio 1.5") << int(Dense) << lines << black << false << qreal(1.5) << whole << false
-                                     << false;
-    QTest::newRow("pixel ratio 2") << int(Dense) << lines << black << false << qreal(2.0) << whole << false
-                                   << false;
-    for (int style : {int(QwtPlotCurve::Sticks), int(QwtPlotCurve::Steps), int(QwtPlotCurve::Dots)})
-        QTest::addRow("style %d", style)
-            << int(Sparse) << style << black << false << qreal(1.0) << whole << false << false;
-    QTest::newRow("NaN") << int(WithNaN) << lines << black << false << qreal(1.0) << whole << false << false;
-    QTest::newRow("unsorted") << int(Unsorted) << lines << black << false << qreal(1.0) << whole << false
-                              << false;
-    QTest::newRow("equal x") << int(EqualX) << lines << black << false << qreal(1.0) << whole << false
-                             << true;
-    QTest::newRow("sparse") << int(Sparse) << lines << black << false << qreal(1.0) << whole << false << true;
-    QTest::newRow("zoomed") << int(Dense) << lines << black << false << qreal(1.0)
-                            << QRectF(150.0, -60.0, 1.0, 120.0) << false << true;
-    QTest::newRow("panned beyond the end") << int(Dense) << lines << black << false << qreal(1.0)
-                                           << QRectF(180.0, -60.0, 100.0, 120.0) << false << true;
-    QTest::newRow("clipped rows") << int(Dense) << lines << black << false << qreal(1.0)
-                                  << QRectF(120.0, -10.0, 30.0, 20.0) << false << true;
-    QTest::newRow("rows far off the canvas") << int(Dense) << lines << black << false << qreal(1.0)
-                                             << QRectF(100.0, 1000.0, 100.0, 5.0) << false << true;
-    QTest::newRow("inverted x") << int(Dense) << lines << black << false << qreal(1.0)
-                                << QRectF(140.0, -60.0, 30.0, 120.0) << true << true;
-    QTest::newRow("inverted y") << int(Dense) << lines << black << false << qreal(1.0)
-                                << QRectF(100.0, 60.0, 100.0, -120.0) << false << true;
+    QTest::addColumn<int>("index");
+    for (int i = 0; i < int(sizeof PaintCases / sizeof PaintCases[0]); ++i)
+        QTest::newRow(PaintCases[i].name) << i;
 }
 
 void TestFastPaths::curvePaintsStockPixels()
 {
-    QFETCH(int, kind);
-    QFETCH(int, style);
-    QFETCH(QPen, pen);
-    QFETCH(bool, antialiased);
-    QFETCH(qreal, ratio);
-    QFETCH(QRectF, window);
-    QFETCH(bool, invertX);
-    QFETCH(bool, fast);
-
-    const int count = kind == Sparse ? 60 : 20000;
-    const QVector<QPointF> samples = samplesOf(static_cast<DataKind>(kind), count);
+    QFETCH(int, index);
+    const PaintCase& paintCase = PaintCases[index];
+    Scene scene = paintCase.scene;
+    scene.pen = paintCase.pen;
+    const QVector<QPointF> samples = samplesOf(paintCase.kind, paintCase.kind == Sparse ? 60 : 20000);
     Twins twins([&](QwtPlotCurve* curve) {
-        curve->setStyle(static_cast<QwtPlotCurve::CurveStyle>(style));
-        curve->setPen(pen);
+        curve->setStyle(paintCase.style);
+        curve->setPen(paintCase.pen);
         curve->setSamples(samples);
     });
-    const Scene scene{pen, antialiased, ratio, window, invertX};
-    QCOMPARE(takesFastPath(twins.ours, scene), fast);
+    QCOMPARE(takesFastPath(twins.ours, scene), paintCase.fast);
     for (bool filter : {true, false}) {
         for (bool clip : {true, false}) {
             twins.set([&](QwtPlotCurve* curve) {
@@ -308,7 +315,9 @@ void TestFastPaths::yExtentMatchesPlainScan()
         TestPlot plot;
         QVector<QPointF> samples =
             samplesOf(static_cast<DataKind>(random.bounded(5)), 50 + random.bounded(3000), random.generate());
-        for (int i = 0; i < samples.size(); i += 1 + random.bounded(40))
+        // Some curves flat at zero of either sign: which zero comes out depends on the sample order.
+        const int zeroEvery = round % 4 == 3 ? 1 : 40;
+        for (int i = 0; i < samples.size(); i += 1 + random.bounded(zeroEvery))
             samples[i].setY(random.bounded(2) ? 0.0 : -0.0);
         QVector<double> xs;
         QVector<double> ys;

@@ -358,6 +358,18 @@ bool mapsIntoRows(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtSc
 
 // The weeded polyline in two passes: every row first, in a loop the compiler vectorises, then one
 // walk over the column runs that keeps a row only where it changes. Same points as the general loop.
+// Rows of `count` y values `Stride` doubles apart; a constant stride lets the compiler vectorise.
+template <int Stride>
+void mapRows(const double* y, int count, const QwtScaleMap& yMap, int* rows)
+{
+    const QwtScaleMap map = yMap; // a local copy lets the compiler keep the factors in registers
+    for (int k = 0; k < count; ++k) {
+        const double value = map.transform(y[static_cast<std::ptrdiff_t>(k) * Stride]);
+        const int row = static_cast<int>(std::fabs(value) + 0.5);
+        rows[k] = value < 0.0 ? -row : row;
+    }
+}
+
 QPolygonF weededPolylineByRows(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
                                int from, int to)
 {
@@ -368,14 +380,11 @@ QPolygonF weededPolylineByRows(const YRangeIndex& index, const QwtScaleMap& xMap
     int* rows = rowBuffer.data();
 
     // 1. Rows, rounded halves away from zero as aligned() rounds; fitsRows() makes the int exact.
-    const int stride = index.stride();
-    const double* y = index.yData() + static_cast<std::ptrdiff_t>(from) * stride;
-    const QwtScaleMap map = yMap; // a local copy lets the compiler keep the factors in registers
-    for (int k = 0; k < count; ++k) {
-        const double value = map.transform(y[static_cast<std::ptrdiff_t>(k) * stride]);
-        const int row = static_cast<int>(std::fabs(value) + 0.5);
-        rows[k] = value < 0.0 ? -row : row;
-    }
+    const double* y = index.yData() + static_cast<std::ptrdiff_t>(from) * index.stride();
+    if (index.stride() == 1)
+        mapRows<1>(y, count, yMap, rows);
+    else
+        mapRows<2>(y, count, yMap, rows);
 
     // 2. One x per column run; a row is kept when it differs from the last kept one in that column.
     QPolygonF polyline;

@@ -455,14 +455,22 @@ QPolygonF mappedPolyline(const YRangeIndex& index, const QwtScaleMap& xMap, cons
 
 namespace {
 
+bool hasRepeats(const QPointF* points, int count)
+{
+    for (int i = 1; i < count; ++i) {
+        if (points[i] == points[i - 1])
+            return true;
+    }
+    return false;
+}
+
 // A piece that stays in one column covers exactly the rows between its lowest and highest point
 // when it is stroked with both end caps, except that a short last step up to a new top can lose
-// the top row; such pieces, closed ones (no caps) and ones whose end segment is degenerate (its cap
-// is lost) are kept as they are. Checked exhaustively against the raster engine's stroker.
+// the top row; such pieces, closed ones (no caps) and ones with a degenerate segment (a repeated
+// point, as unweeded polylines have) are kept as they are.
 bool isVerticalPiece(const QPointF* points, int count)
 {
-    if (count < 2 || points[0] == points[count - 1] || points[0] == points[1] ||
-        points[count - 2] == points[count - 1])
+    if (count < 2 || points[0] == points[count - 1] || hasRepeats(points, count))
         return false;
     double top = points[0].y();
     for (int i = 1; i < count; ++i) {
@@ -483,15 +491,6 @@ bool isIntegral(const QPointF* points, int count)
             return false;
     }
     return true;
-}
-
-bool hasRepeats(const QPointF* points, int count)
-{
-    for (int i = 1; i < count; ++i) {
-        if (points[i] == points[i - 1])
-            return true;
-    }
-    return false;
 }
 
 class ColumnSpans

@@ -20,8 +20,8 @@ class CurveCache;
 //! One sample offered to the marker curve.
 struct PriceBased2dPlotPoint
 {
-    QPointF point;         // x = price, y = value
-    bool isMarker = false; // a symbol marker stands on this point
+    QPointF point;         //!< x = price, y = value
+    bool isMarker = false; //!< a symbol marker stands on this point
 };
 
 //! The curve class of the price plot: a Qwt curve with a data type that tells the plot, picker and
@@ -32,23 +32,24 @@ public:
     //! A curve's persisted display state, as write() and read() exchange it.
     struct CurveParams
     {
-        bool valid = false;
-        bool visible = false;
-        qint32 dataType = 0;
+        bool valid = false;   //!< isValid() when written
+        bool visible = false; //!< isVisible() when written
+        qint32 dataType = 0;  //!< dataType() when written
     };
 
     //! The data types the library itself treats specially; 9 to 12 are the client's value curves.
     enum DataType
     {
-        NotSet = -1,
-        CurKotirLine = 0,
-        MarkerCurve = 13,
+        NotSet = -1,      //!< never set; such a curve is never valid
+        CurKotirLine = 0, //!< the red vertical current-quote line, two samples drawn as sticks
+        MarkerCurve = 13, //!< samples with symbol markers kept in step by setMarkerSamples()
     };
 
     //! A curve titled `title` for `plot` (not attached; the client attaches it), data type not set.
     PriceBased2dPlotCurve(PriceBased2dPlot* plot, const QString& title);
     //! The same with a rich-text title.
     PriceBased2dPlotCurve(PriceBased2dPlot* plot, const QwtText& title);
+    //! Releases the curve's speed-only state; the toolkit curve does the rest.
     ~PriceBased2dPlotCurve() override;
 
     //! Sets the data type if it is NotSet or valid (isValidType()); any other value is ignored.

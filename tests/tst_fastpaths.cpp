@@ -51,6 +51,15 @@ QVector<QPointF> samplesOf(DataKind kind, int count, quint32 seed = 1)
     return samples;
 }
 
+// The x (or y) coordinates of the samples, for the series kept as two arrays.
+QVector<double> column(const QVector<QPointF>& samples, bool x)
+{
+    QVector<double> values;
+    for (const QPointF& sample : samples)
+        values.append(x ? sample.x() : sample.y());
+    return values;
+}
+
 // How a curve is painted: pen, painter and device, and the scale window shown on a 400x300 canvas.
 struct Scene
 {
@@ -327,12 +336,8 @@ void TestFastPaths::yExtentMatchesPlainScan()
         const int zeroEvery = round % 4 == 3 ? 1 : 40;
         for (int i = 0; i < samples.size(); i += 1 + random.bounded(zeroEvery))
             samples[i].setY(random.bounded(2) ? 0.0 : -0.0);
-        QVector<double> xs;
-        QVector<double> ys;
-        for (const QPointF& sample : samples) {
-            xs.append(sample.x());
-            ys.append(sample.y());
-        }
+        const QVector<double> xs = column(samples, true);
+        const QVector<double> ys = column(samples, false);
         PriceBased2dPlotCurve* curve = TestSupport::validCurve(&plot, QStringLiteral("c"), 9, samples);
         switch (round % 3) {
         case 1:
@@ -372,14 +377,6 @@ public:
     QPointF sample(size_t i) const override { return QwtPointSeriesData::sample(i) + QPointF(0.0, shift); }
     double shift = 0.0;
 };
-
-QVector<double> column(const QVector<QPointF>& samples, bool x)
-{
-    QVector<double> values;
-    for (const QPointF& sample : samples)
-        values.append(x ? sample.x() : sample.y());
-    return values;
-}
 
 } // namespace
 

@@ -1,14 +1,15 @@
-// Frame and zoom-step costs of plot2d against stock Qwt and QCustomPlot on the same data: 12 curves
-// of N samples over prices 100 to 200, 1 px pens, grid on, rendered into a 1600x900 QImage through
-// each toolkit's own renderer.
+// Frame, zoom-step and pan-step costs of plot2d against stock Qwt and QCustomPlot on the same data:
+// 12 curves of N samples over prices 100 to 200, 1 px pens, grid on, rendered into a 1600x900 QImage
+// through each toolkit's own renderer.
 
 #include <plot2d/platform.h>
 #include <plot2d/plot2dcolors.h>
-#include <plot2d/plot2dsampling.h>
 #include <plot2d/pricebased2dplot.h>
 #include <plot2d/pricebased2dplotcurve.h>
 #include <plot2d/pricebased2dplotlegend.h>
 #include <plot2d/pricebased2dplotscaledraw.h>
+
+#include "plot2dsampling.h"
 
 #include <benchmark/benchmark.h>
 #include <qcustomplot.h>
@@ -16,6 +17,7 @@
 #include <qwt_plot_curve.h>
 #include <qwt_plot_grid.h>
 #include <qwt_plot_renderer.h>
+#include <qwt_point_data.h>
 #include <qwt_scale_div.h>
 #include <qwt_series_data.h>
 #include <qwt_transform.h>
@@ -94,6 +96,13 @@ std::pair<double, double> zoomWindow(int step)
     const double span = XHigh - XLow - WindowWidth;
     const double lower = XLow + std::fmod(step * 7.31, span);
     return std::make_pair(lower, lower + WindowWidth);
+}
+
+// The pan steps move the whole view by 1 % of its width, back and forth across the data's end.
+std::pair<double, double> panWindow(int step)
+{
+    const double shift = (step % 21 - 10) * (XHigh - XLow) / 100.0;
+    return std::make_pair(XLow + shift, XHigh + shift);
 }
 
 QImage& targetImage()
@@ -210,6 +219,34 @@ void BM_ZoomStep_Qwt(benchmark::State& state)
     f.showAll();
 }
 
+void BM_PanStep_Qwt(benchmark::State& state)
+{
+    QwtFixture& f = fixture<QwtFixture>(static_cast<int>(state.range(0)));
+    int step = 0;
+    for (auto _ : state) {
+        const std::pair<double, double> window = panWindow(step++);
+        f.zoomTo(window.first, window.second);
+        renderQwt(&f.plot);
+    }
+    f.showAll();
+}
+
+void setAntialiased(const QVector<QwtPlotCurve*>& curves, bool on)
+{
+    for (QwtPlotCurve* curve : curves)
+        curve->setRenderHint(QwtPlotItem::RenderAntialiased, on);
+}
+
+void BM_FrameAA_Qwt(benchmark::State& state)
+{
+    QwtFixture& f = fixture<QwtFixture>(static_cast<int>(state.range(0)));
+    f.showAll();
+    setAntialiased(f.curves, true);
+    for (auto _ : state)
+        renderQwt(&f.plot);
+    setAntialiased(f.curves, false);
+}
+
 // --- QCustomPlot ---
 
 struct QcpFixture
@@ -265,6 +302,30 @@ void BM_ZoomStep_QCustomPlot(benchmark::State& state)
         f.render();
     }
     f.showAll();
+}
+
+void BM_PanStep_QCustomPlot(benchmark::State& state)
+{
+    QcpFixture& f = fixture<QcpFixture>(static_cast<int>(state.range(0)));
+    int step = 0;
+    for (auto _ : state) {
+        const std::pair<double, double> window = panWindow(step++);
+        f.plot.xAxis->setRange(window.first, window.second);
+        f.plot.yAxis->rescale(true);
+        f.render();
+    }
+    f.showAll();
+}
+
+void BM_FrameAA_QCustomPlot(benchmark::State& state)
+{
+    QcpFixture& f = fixture<QcpFixture>(static_cast<int>(state.range(0)));
+    f.showAll();
+    const QCP::AntialiasedElements before = f.plot.antialiasedElements();
+    f.plot.setAntialiasedElements(QCP::aePlottables);
+    for (auto _ : state)
+        f.render();
+    f.plot.setAntialiasedElements(before);
 }
 
 // --- plot2d ---
@@ -397,6 +458,44 @@ void BM_ZoomStep_Plot2d(benchmark::State& state)
     f.showAll();
 }
 
+// A drag by 1 % of the view, as the panner moves it: the X range, then autoscale and a render.
+void BM_PanStep_Plot2d(benchmark::State& state)
+{
+    Plot2dFixture& f = fixture<Plot2dFixture>(static_cast<int>(state.range(0)));
+    int step = 0;
+    for (auto _ : state) {
+        const std::pair<double, double> window = panWindow(step++);
+        f.plot->setAxisScale(QwtPlot::xBottom, window.first, window.second);
+        f.plot->updateYAxisScale();
+        renderQwt(f.plot.get());
+    }
+    f.showAll();
+}
+
+void BM_FrameAA_Plot2d(benchmark::State& state)
+{
+    Plot2dFixture& f = fixture<Plot2dFixture>(static_cast<int>(state.range(0)));
+    f.showAll();
+    const QList<PriceBased2dPlotCurve*> curves = f.plot->attachedCurves(-1);
+    for (PriceBased2dPlotCurve* curve : curves)
+        curve->setRenderHint(QwtPlotItem::RenderAntialiased, true);
+    for (auto _ : state)
+        renderQwt(f.plot.get());
+    for (PriceBased2dPlotCurve* curve : curves)
+        curve->setRenderHint(QwtPlotItem::RenderAntialiased, false);
+}
+
+// The index a curve builds over its samples: the time to build it and what it holds per sample.
+void BM_IndexBuild_Plot2d(benchmark::State& state)
+{
+    const Series& series = seriesFor(static_cast<int>(state.range(0))).first();
+    const QwtPointArrayData data(series.x, series.y);
+    Plot2dSampling::YRangeIndex index;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(index.build(data));
+    state.counters["index_bytes_per_sample"] = static_cast<double>(index.indexBytes()) / index.size();
+}
+
 void setWindow(Plot2dFixture& f, int step)
 {
     const std::pair<double, double> window = zoomWindow(step);
@@ -456,7 +555,7 @@ void BM_UpdateLabels(benchmark::State& state)
 
 void sampleCounts(benchmark::internal::Benchmark* b)
 {
-    b->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+    b->Arg(1000)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 }
 
 } // namespace
@@ -468,7 +567,14 @@ BENCHMARK(BM_Frame_QCustomPlot)->Apply(sampleCounts);
 BENCHMARK(BM_ZoomStep_Plot2d)->Apply(sampleCounts);
 BENCHMARK(BM_ZoomStep_Qwt)->Apply(sampleCounts);
 BENCHMARK(BM_ZoomStep_QCustomPlot)->Apply(sampleCounts);
-BENCHMARK(BM_UpdateLabels)->Apply(sampleCounts);
+BENCHMARK(BM_PanStep_Plot2d)->Apply(sampleCounts);
+BENCHMARK(BM_PanStep_Qwt)->Apply(sampleCounts);
+BENCHMARK(BM_PanStep_QCustomPlot)->Apply(sampleCounts);
+BENCHMARK(BM_FrameAA_Plot2d)->Apply(sampleCounts);
+BENCHMARK(BM_FrameAA_Qwt)->Apply(sampleCounts);
+BENCHMARK(BM_FrameAA_QCustomPlot)->Apply(sampleCounts);
+BENCHMARK(BM_IndexBuild_Plot2d)->Apply(sampleCounts);
+BENCHMARK(BM_UpdateLabels)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MinMaxYAtXRange)->Apply(sampleCounts)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_MinMaxYAtXRangeLinear)->Apply(sampleCounts)->Unit(benchmark::kMicrosecond);
 

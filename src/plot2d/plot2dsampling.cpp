@@ -1,10 +1,12 @@
 #include "plot2dsampling.h"
 
 #include "dbcommon.h"
+#include "pricebased2dplotcurve.h"
 
 #include <qwt_clipper.h>
 #include <qwt_painter.h>
 #include <qwt_plot_curve.h>
+#include <qwt_point_data.h>
 #include <qwt_scale_map.h>
 #include <qwt_series_data.h>
 
@@ -13,6 +15,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <type_traits>
+#include <typeinfo>
 #include <vector>
 
 namespace Plot2dSampling {
@@ -42,175 +46,218 @@ bool ascendingMap(const QwtScaleMap& map)
     return (map.s2() - map.s1()) * (map.p2() - map.p1()) > 0.0;
 }
 
-} // namespace
-
-bool xInWindow(double x, double left, double right)
-{
-    return atOrAboveLeft(x, left) && atOrBelowRight(x, right);
-}
-
-YExtent scanYExtent(const QwtSeriesData<QPointF>& series, double left, double right)
+// The autoscale scan over `count` samples read through `at`: a bad sample ends it unusable, the
+// first sample beyond right ends it, samples inside the fuzzy window count.
+template <typename SampleAt>
+YExtent scanSamples(int count, SampleAt at, double left, double right)
 {
     YExtent extent;
-    const size_t count = series.size();
-    for (size_t i = 0; i < count; ++i) {
-        const QPointF sample = series.sample(i);
+    for (int i = 0; i < count; ++i) {
+        const QPointF sample = at(i);
         if (!isFiniteSample(sample.x(), sample.y())) {
             extent.nonFinite = true;
             return extent;
         }
-        if (xInWindow(sample.x(), left, right)) {
+        if (atOrAboveLeft(sample.x(), left) && atOrBelowRight(sample.x(), right)) {
             extent.min = std::min(extent.min, sample.y());
             extent.max = std::max(extent.max, sample.y());
         }
-        extent.counted = true;
         if (sample.x() > right)
             break;
     }
-    extent.counted = true;
     return extent;
 }
 
-void accumulate(YExtent& total, const YExtent& curve)
+// Series whose samples live in implicitly shared vectors the index can pin. Subclasses are refused:
+// they may compute sample() from anything.
+const QwtArraySeriesData<QPointF>* pointVectorSeries(const QwtSeriesData<QPointF>* series)
 {
-    // std::min/std::max keep the earlier value on ties, so folding per curve equals folding per sample.
-    total.min = std::min(total.min, curve.min);
-    total.max = std::max(total.max, curve.max);
-    total.nonFinite = total.nonFinite || curve.nonFinite;
-    total.counted = total.counted || curve.counted;
+    const bool exact = series && (typeid(*series) == typeid(QwtPointSeriesData) ||
+                                  typeid(*series) == typeid(QwtArraySeriesData<QPointF>));
+    return exact ? static_cast<const QwtArraySeriesData<QPointF>*>(series) : nullptr;
 }
 
-YRangeIndex::YRangeIndex(const QwtSeriesData<QPointF>& series)
+const QwtPointArrayData* arraySeries(const QwtSeriesData<QPointF>* series)
 {
-    build(series);
+    const bool exact = series && typeid(*series) == typeid(QwtPointArrayData);
+    return exact ? static_cast<const QwtPointArrayData*>(series) : nullptr;
 }
 
-void YRangeIndex::build(const QwtSeriesData<QPointF>& series)
+static_assert(std::is_same<qreal, double>::value && sizeof(QPointF) == 2 * sizeof(double),
+              "the index reads QPointF arrays as interleaved doubles");
+
+// Folds in sample order: std::min and std::max keep the earlier value on ties.
+void foldMinMax(std::pair<double, double>& total, double low, double high)
 {
-    const int count = static_cast<int>(series.size());
-    m_x.resize(count);
-    m_y.resize(count);
-    m_firstNonFinite = count;
-    m_sorted = true;
-    for (int i = 0; i < count; ++i) {
-        const QPointF sample = series.sample(static_cast<size_t>(i));
-        m_x[i] = sample.x();
-        m_y[i] = sample.y();
-        if (m_firstNonFinite == count && !isFiniteSample(sample.x(), sample.y()))
+    total.first = std::min(total.first, low);
+    total.second = std::max(total.second, high);
+}
+
+} // namespace
+
+YExtent scanYExtent(const QwtSeriesData<QPointF>& series, double left, double right)
+{
+    return scanSamples(
+        static_cast<int>(series.size()), [&series](int i) { return series.sample(static_cast<size_t>(i)); },
+        left, right);
+}
+
+bool YRangeIndex::build(const QwtSeriesData<QPointF>& series)
+{
+    clear();
+    if (const QwtArraySeriesData<QPointF>* points = pointVectorSeries(&series)) {
+        m_points = points->samples();
+        m_x = reinterpret_cast<const double*>(m_points.constData());
+        m_y = m_x + 1;
+        m_stride = 2;
+        m_size = m_points.size();
+    } else if (const QwtPointArrayData* arrays = arraySeries(&series)) {
+        m_xs = arrays->xData();
+        m_ys = arrays->yData();
+        m_x = m_xs.constData();
+        m_y = m_ys.constData();
+        m_stride = 1;
+        m_size = std::min(m_xs.size(), m_ys.size());
+    } else {
+        return false;
+    }
+
+    m_firstNonFinite = m_size;
+    for (int i = 0; i < m_size; ++i) {
+        if (!isFiniteSample(x(i), y(i))) {
             m_firstNonFinite = i;
-        if (i > 0 && i < m_firstNonFinite && m_x[i] < m_x[i - 1])
+            break;
+        }
+        if (i > 0 && x(i) < x(i - 1))
             m_sorted = false;
     }
     buildTree();
+    return true;
 }
 
 void YRangeIndex::clear()
 {
-    m_x.clear();
-    m_y.clear();
-    m_treeMin.clear();
-    m_treeMax.clear();
-    m_firstNonFinite = 0;
-    m_sorted = true;
+    *this = YRangeIndex();
+}
+
+bool YRangeIndex::describes(const QwtSeriesData<QPointF>* series) const
+{
+    if (m_stride == 2) {
+        const QwtArraySeriesData<QPointF>* points = pointVectorSeries(series);
+        return points && points->samples().constData() == m_points.constData() &&
+               static_cast<int>(points->size()) == m_size;
+    }
+    const QwtPointArrayData* arrays = arraySeries(series);
+    return m_x && arrays && arrays->xData().constData() == m_x && arrays->yData().constData() == m_y &&
+           static_cast<int>(arrays->size()) == m_size;
 }
 
 void YRangeIndex::buildTree()
 {
     // Only the finite prefix can ever be asked for: the scan gives up at the first bad sample.
-    const int n = m_firstNonFinite;
-    m_treeMin.resize(2 * n);
-    m_treeMax.resize(2 * n);
-    std::copy(m_y.constBegin(), m_y.constBegin() + n, m_treeMin.begin() + n);
-    std::copy(m_y.constBegin(), m_y.constBegin() + n, m_treeMax.begin() + n);
-    for (int i = n - 1; i > 0; --i) {
+    const int blocks = (m_firstNonFinite + BlockSize - 1) / BlockSize;
+    m_treeMin = QVector<double>(2 * blocks, DoubleMax);
+    m_treeMax = QVector<double>(2 * blocks, -DoubleMax);
+    for (int i = 0; i < m_firstNonFinite; ++i) {
+        const int leaf = blocks + i / BlockSize;
+        m_treeMin[leaf] = std::min(m_treeMin[leaf], y(i));
+        m_treeMax[leaf] = std::max(m_treeMax[leaf], y(i));
+    }
+    for (int i = blocks - 1; i > 0; --i) {
         m_treeMin[i] = std::min(m_treeMin[2 * i], m_treeMin[2 * i + 1]);
         m_treeMax[i] = std::max(m_treeMax[2 * i], m_treeMax[2 * i + 1]);
     }
 }
 
+std::size_t YRangeIndex::indexBytes() const
+{
+    return static_cast<std::size_t>(m_treeMin.size() + m_treeMax.size()) * sizeof(double);
+}
+
 std::pair<double, double> YRangeIndex::yMinMax(int from, int to) const
 {
-    // Left and right partial results are kept apart so that ties still resolve in sample order.
-    const int n = m_firstNonFinite;
-    double minLeft = DoubleMax;
-    double minRight = DoubleMax;
-    double maxLeft = -DoubleMax;
-    double maxRight = -DoubleMax;
-    for (int l = from + n, r = to + n + 1; l < r; l >>= 1, r >>= 1) {
+    std::pair<double, double> result(DoubleMax, -DoubleMax);
+    const int firstBlock = from / BlockSize;
+    const int lastBlock = to / BlockSize;
+    if (firstBlock == lastBlock) {
+        for (int i = from; i <= to; ++i)
+            foldMinMax(result, y(i), y(i));
+        return result;
+    }
+
+    // The partial block on the left, the whole blocks from the tree, the partial block on the right;
+    // the tree keeps its left and right partial results apart so that ties stay in sample order.
+    for (int i = from; i < (firstBlock + 1) * BlockSize; ++i)
+        foldMinMax(result, y(i), y(i));
+    const int blocks = static_cast<int>(m_treeMin.size() / 2);
+    std::pair<double, double> right(DoubleMax, -DoubleMax);
+    for (int l = firstBlock + 1 + blocks, r = lastBlock + blocks; l < r; l >>= 1, r >>= 1) {
         if (l & 1) {
-            minLeft = std::min(minLeft, m_treeMin[l]);
-            maxLeft = std::max(maxLeft, m_treeMax[l]);
+            foldMinMax(result, m_treeMin[l], m_treeMax[l]);
             ++l;
         }
         if (r & 1) {
             --r;
-            minRight = std::min(m_treeMin[r], minRight);
-            maxRight = std::max(m_treeMax[r], maxRight);
+            right = std::make_pair(std::min(m_treeMin[r], right.first), std::max(m_treeMax[r], right.second));
         }
     }
-    return std::make_pair(std::min(minLeft, minRight), std::max(maxLeft, maxRight));
-}
-
-int YRangeIndex::lowerBound(double value) const
-{
-    const auto end = m_x.constBegin() + m_firstNonFinite;
-    return static_cast<int>(std::lower_bound(m_x.constBegin(), end, value) - m_x.constBegin());
+    foldMinMax(result, right.first, right.second);
+    for (int i = lastBlock * BlockSize; i <= to; ++i)
+        foldMinMax(result, y(i), y(i));
+    return result;
 }
 
 int YRangeIndex::upperBound(double value) const
 {
-    const auto end = m_x.constBegin() + m_firstNonFinite;
-    return static_cast<int>(std::upper_bound(m_x.constBegin(), end, value) - m_x.constBegin());
-}
-
-YExtent YRangeIndex::linearExtent(double left, double right) const
-{
-    YExtent extent;
-    for (int i = 0; i < m_x.size(); ++i) {
-        if (i == m_firstNonFinite) {
-            extent.nonFinite = true;
-            return extent;
-        }
-        if (xInWindow(m_x[i], left, right)) {
-            extent.min = std::min(extent.min, m_y[i]);
-            extent.max = std::max(extent.max, m_y[i]);
-        }
-        extent.counted = true;
-        if (m_x[i] > right)
-            break;
+    int lower = 0;
+    int upper = m_firstNonFinite;
+    while (lower < upper) {
+        const int middle = lower + (upper - lower) / 2;
+        if (value < x(middle))
+            upper = middle;
+        else
+            lower = middle + 1;
     }
-    extent.counted = true;
-    return extent;
+    return lower;
 }
 
 YExtent YRangeIndex::extent(double left, double right) const
 {
     if (!m_sorted)
-        return linearExtent(left, right);
+        return scanSamples(
+            m_size, [this](int i) { return QPointF(x(i), y(i)); }, left, right);
 
     YExtent extent;
     // 1. Where the scan stops: the first sample beyond right, or a bad sample met before it.
     const int stop = upperBound(right);
-    if (stop == m_firstNonFinite && m_firstNonFinite < m_x.size()) {
+    if (stop == m_firstNonFinite && m_firstNonFinite < m_size) {
         extent.nonFinite = true;
-        extent.counted = m_firstNonFinite > 0;
         return extent;
     }
-    extent.counted = true;
-    const int scanned = std::min(stop + 1, static_cast<int>(m_x.size()));
+    const int scanned = std::min(stop + 1, m_size);
 
     // 2. The window tests are monotonic in x, so on ascending x the counted samples are one run.
-    const auto begin = m_x.constBegin();
-    const auto end = begin + scanned;
-    const auto first = std::partition_point(begin, end, [left](double x) { return !atOrAboveLeft(x, left); });
-    const auto last =
-        std::partition_point(first, end, [right](double x) { return atOrBelowRight(x, right); });
+    int first = 0;
+    int last = scanned;
+    for (int upper = scanned; first < upper;) {
+        const int middle = first + (upper - first) / 2;
+        if (atOrAboveLeft(x(middle), left))
+            upper = middle;
+        else
+            first = middle + 1;
+    }
+    for (int lower = first; lower < last;) {
+        const int middle = lower + (last - lower) / 2;
+        if (atOrBelowRight(x(middle), right))
+            lower = middle + 1;
+        else
+            last = middle;
+    }
     if (first == last)
         return extent;
 
     // 3. Their y extent from the tree.
-    const std::pair<double, double> range =
-        yMinMax(static_cast<int>(first - begin), static_cast<int>(last - begin) - 1);
+    const std::pair<double, double> range = yMinMax(first, last - 1);
     extent.min = range.first;
     extent.max = range.second;
     return extent;
@@ -234,15 +281,6 @@ inline double aligned(double value)
         return static_cast<double>(static_cast<qint64>(shifted));
     return std::ceil(shifted);
 }
-
-} // namespace
-
-double alignedValue(double value)
-{
-    return aligned(value);
-}
-
-namespace {
 
 // Device column of a sample, rounded as Qwt rounds.
 class ColumnMapper
@@ -320,6 +358,18 @@ bool mapsIntoRows(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtSc
 
 // The weeded polyline in two passes: every row first, in a loop the compiler vectorises, then one
 // walk over the column runs that keeps a row only where it changes. Same points as the general loop.
+// Rows of `count` y values `Stride` doubles apart; a constant stride lets the compiler vectorise.
+template <int Stride>
+void mapRows(const double* y, int count, const QwtScaleMap& yMap, int* rows)
+{
+    const QwtScaleMap map = yMap; // a local copy lets the compiler keep the factors in registers
+    for (int k = 0; k < count; ++k) {
+        const double value = map.transform(y[static_cast<std::ptrdiff_t>(k) * Stride]);
+        const int row = static_cast<int>(std::fabs(value) + 0.5);
+        rows[k] = value < 0.0 ? -row : row;
+    }
+}
+
 QPolygonF weededPolylineByRows(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
                                int from, int to)
 {
@@ -330,13 +380,11 @@ QPolygonF weededPolylineByRows(const YRangeIndex& index, const QwtScaleMap& xMap
     int* rows = rowBuffer.data();
 
     // 1. Rows, rounded halves away from zero as aligned() rounds; fitsRows() makes the int exact.
-    const double* y = index.yData() + from;
-    const QwtScaleMap map = yMap; // a local copy lets the compiler keep the factors in registers
-    for (int k = 0; k < count; ++k) {
-        const double value = map.transform(y[k]);
-        const int row = static_cast<int>(std::fabs(value) + 0.5);
-        rows[k] = value < 0.0 ? -row : row;
-    }
+    const double* y = index.yData() + static_cast<std::ptrdiff_t>(from) * index.stride();
+    if (index.stride() == 1)
+        mapRows<1>(y, count, yMap, rows);
+    else
+        mapRows<2>(y, count, yMap, rows);
 
     // 2. One x per column run; a row is kept when it differs from the last kept one in that column.
     QPolygonF polyline;
@@ -407,14 +455,22 @@ QPolygonF mappedPolyline(const YRangeIndex& index, const QwtScaleMap& xMap, cons
 
 namespace {
 
+bool hasRepeats(const QPointF* points, int count)
+{
+    for (int i = 1; i < count; ++i) {
+        if (points[i] == points[i - 1])
+            return true;
+    }
+    return false;
+}
+
 // A piece that stays in one column covers exactly the rows between its lowest and highest point
 // when it is stroked with both end caps, except that a short last step up to a new top can lose
-// the top row; such pieces, closed ones (no caps) and ones whose end segment is degenerate (its cap
-// is lost) are kept as they are. Checked exhaustively against the raster engine's stroker.
+// the top row; such pieces, closed ones (no caps) and ones with a degenerate segment (a repeated
+// point, as unweeded polylines have) are kept as they are.
 bool isVerticalPiece(const QPointF* points, int count)
 {
-    if (count < 2 || points[0] == points[count - 1] || points[0] == points[1] ||
-        points[count - 2] == points[count - 1])
+    if (count < 2 || points[0] == points[count - 1] || hasRepeats(points, count))
         return false;
     double top = points[0].y();
     for (int i = 1; i < count; ++i) {
@@ -427,13 +483,14 @@ bool isVerticalPiece(const QPointF* points, int count)
     return last > previous || last != top || previous - last >= 3.0;
 }
 
-bool hasRepeats(const QPointF* points, int count)
+// Points the clipper put on the clip rectangle's border have fractional coordinates.
+bool isIntegral(const QPointF* points, int count)
 {
-    for (int i = 1; i < count; ++i) {
-        if (points[i] == points[i - 1])
-            return true;
+    for (int i = 0; i < count; ++i) {
+        if (points[i].x() != std::floor(points[i].x()) || points[i].y() != std::floor(points[i].y()))
+            return false;
     }
-    return false;
+    return true;
 }
 
 class ColumnSpans
@@ -493,7 +550,7 @@ DecimatedPolyline decimatePolyline(const QPolygonF& polyline)
                 high = std::max(high, piece[k].y());
             }
             spans.add(piece[0].x(), low, high);
-        } else if (hasRepeats(piece, size)) {
+        } else if (hasRepeats(piece, size) || !isIntegral(piece, size)) {
             // A path drops a line to its current point, which would change the caps.
             result.polylines.append(QPolygonF(QVector<QPointF>(piece, piece + size)));
         } else {
@@ -544,24 +601,51 @@ std::pair<int, int> visibleRange(const YRangeIndex& index, const QwtScaleMap& xM
     return std::make_pair(std::max(from, first - 1), std::min(to, lower));
 }
 
-bool canDrawDecimated(const QwtPlotCurve& curve, const QPainter* painter, const YRangeIndex& index)
+namespace {
+
+// The raster engine strokes 0 and 1 px solid pens with its cosmetic stroker, pixel by pixel on the
+// integer device grid; wider or fractional pens, dashes and translucency blend or cover differently.
+bool isExactPen(const QPen& pen)
 {
-    // Only plain, opaque, solid lines on a raster device are reproduced pixel for pixel.
+    return (pen.widthF() == 0.0 || pen.widthF() == 1.0) && pen.style() == Qt::SolidLine &&
+           pen.capStyle() != Qt::FlatCap && pen.brush().style() == Qt::SolidPattern &&
+           pen.color().alpha() == 255;
+}
+
+// Device coordinates are the painter's own, shifted by whole pixels at most: no scaling (HiDPI, a
+// renderer's resolution), no fractional offset.
+bool paintsOnPixelGrid(const QPainter& painter)
+{
+    const QTransform transform = painter.deviceTransform();
+    const bool wholeShift = transform.type() <= QTransform::TxTranslate &&
+                            transform.dx() == std::floor(transform.dx()) &&
+                            transform.dy() == std::floor(transform.dy());
+    return wholeShift && painter.device() && painter.device()->devicePixelRatioF() == 1.0;
+}
+
+bool isPlainRasterPainter(const QPainter& painter)
+{
+    return painter.paintEngine() && painter.paintEngine()->type() == QPaintEngine::Raster &&
+           painter.compositionMode() == QPainter::CompositionMode_SourceOver && painter.opacity() == 1.0 &&
+           !painter.testRenderHint(QPainter::Antialiasing);
+}
+
+} // namespace
+
+bool canDrawDecimated(const QwtPlotCurve& curve, const QPainter* painter, const QwtScaleMap& xMap,
+                      const QwtScaleMap& yMap, const YRangeIndex& index)
+{
     const bool plainLines = curve.style() == QwtPlotCurve::Lines &&
                             !curve.testCurveAttribute(QwtPlotCurve::Fitted) &&
                             curve.brush().style() == Qt::NoBrush;
     const bool usableData = index.isSorted() && index.firstNonFinite() == index.size() &&
                             static_cast<size_t>(index.size()) == curve.dataSize();
-    if (!plainLines || !usableData || !painter || !painter->isActive())
+    const bool linearMaps = !xMap.transformation() && !yMap.transformation();
+    if (!plainLines || !usableData || !linearMaps || !painter || !painter->isActive())
         return false;
-    const QPen pen = painter->pen();
-    const bool thinPen = pen.widthF() <= 1.0 && pen.style() == Qt::SolidLine &&
-                         pen.capStyle() != Qt::FlatCap && pen.brush().style() == Qt::SolidPattern &&
-                         pen.color().alpha() == 255;
-    const bool raster = painter->paintEngine() && painter->paintEngine()->type() == QPaintEngine::Raster &&
-                        painter->compositionMode() == QPainter::CompositionMode_SourceOver;
     QPainter* p = const_cast<QPainter*>(painter);
-    return thinPen && raster && QwtPainter::roundingAlignment(p) && QwtPainter::polylineSplitting();
+    return isExactPen(painter->pen()) && isPlainRasterPainter(*painter) && paintsOnPixelGrid(*painter) &&
+           QwtPainter::roundingAlignment(p) && QwtPainter::polylineSplitting();
 }
 
 bool GeometryCache::Key::operator==(const Key& other) const
@@ -586,21 +670,17 @@ void GeometryCache::clear()
 
 namespace {
 
-// Everything the painted geometry depends on besides the samples; a scale transformation (which the
-// key cannot describe) leaves the view uncached.
-bool geometryKey(const QwtScaleMap& xMap, const QwtScaleMap& yMap, const QRectF& clipRect, int from, int to,
-                 bool clip, bool weedOut, GeometryCache::Key* key)
+// Everything the painted geometry depends on besides the samples (the maps are linear here).
+GeometryCache::Key geometryKey(const QwtScaleMap& xMap, const QwtScaleMap& yMap, const QRectF& clipRect,
+                               int from, int to, bool clip, bool weedOut)
 {
-    if (xMap.transformation() || yMap.transformation())
-        return false;
-    *key = GeometryCache::Key{{xMap.s1(), xMap.s2(), xMap.p1(), xMap.p2()},
+    return GeometryCache::Key{{xMap.s1(), xMap.s2(), xMap.p1(), xMap.p2()},
                               {yMap.s1(), yMap.s2(), yMap.p1(), yMap.p2()},
                               clipRect,
                               from,
                               to,
                               clip,
                               weedOut};
-    return true;
 }
 
 DecimatedPolyline decimatedGeometry(const YRangeIndex& index, const QwtScaleMap& xMap,
@@ -631,7 +711,7 @@ bool drawLines(const QwtPlotCurve& curve, const YRangeIndex& index, QPainter* pa
                const QwtScaleMap& xMap, const QwtScaleMap& yMap, const QRectF& canvasRect, int from, int to,
                GeometryCache* cache)
 {
-    if (from > to || !canDrawDecimated(curve, painter, index))
+    if (from > to || !canDrawDecimated(curve, painter, xMap, yMap, index))
         return false;
 
     const bool clip = curve.testPaintAttribute(QwtPlotCurve::ClipPolygons);
@@ -639,17 +719,49 @@ bool drawLines(const QwtPlotCurve& curve, const YRangeIndex& index, QPainter* pa
     const qreal penWidth = qMax(qreal(1.0), painter->pen().widthF());
     const QRectF clipRect = canvasRect.adjusted(-penWidth, -penWidth, penWidth, penWidth);
 
-    GeometryCache::Key key;
-    if (!cache || !geometryKey(xMap, yMap, clipRect, from, to, clip, weedOut, &key)) {
+    if (!cache) {
         drawDecimated(painter, decimatedGeometry(index, xMap, yMap, clipRect, from, to, clip, weedOut));
         return true;
     }
+    const GeometryCache::Key key = geometryKey(xMap, yMap, clipRect, from, to, clip, weedOut);
     const DecimatedPolyline* geometry = cache->find(key);
     if (!geometry)
         geometry =
             &cache->store(key, decimatedGeometry(index, xMap, yMap, clipRect, from, to, clip, weedOut));
     drawDecimated(painter, *geometry);
     return true;
+}
+
+const YRangeIndex* CurveCache::current(const QwtSeriesData<QPointF>* series)
+{
+    if (m_index.describes(series))
+        return &m_index;
+    // New or changed samples: the painted geometry belongs to the old ones.
+    m_geometry.clear();
+    if (series && m_index.build(*series))
+        return &m_index;
+    m_index.clear();
+    return nullptr;
+}
+
+const YRangeIndex* CurveCache::index(const PriceBased2dPlotCurve& curve)
+{
+    return curve.m_cache->current(curve.data());
+}
+
+YExtent CurveCache::yExtent(const PriceBased2dPlotCurve& curve, double left, double right)
+{
+    if (const YRangeIndex* samples = index(curve))
+        return samples->extent(left, right);
+    return curve.data() ? scanYExtent(*curve.data(), left, right) : YExtent();
+}
+
+bool CurveCache::drawLines(const PriceBased2dPlotCurve& curve, QPainter* painter, const QwtScaleMap& xMap,
+                           const QwtScaleMap& yMap, const QRectF& canvasRect, int from, int to)
+{
+    const YRangeIndex* samples = index(curve);
+    return samples && Plot2dSampling::drawLines(curve, *samples, painter, xMap, yMap, canvasRect, from, to,
+                                                &curve.m_cache->m_geometry);
 }
 
 } // namespace Plot2dSampling

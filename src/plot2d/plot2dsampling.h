@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plot2dglobal.h"
+// Internal to the library: neither installed nor part of the API.
 
 #include <QLineF>
 #include <QPainterPath>
@@ -9,13 +9,14 @@
 #include <QRectF>
 #include <QVector>
 
+#include <cstddef>
 #include <limits>
 #include <utility>
 
 class QPainter;
-class QRectF;
 class QwtPlotCurve;
 class QwtScaleMap;
+class PriceBased2dPlotCurve;
 template <typename T>
 class QwtSeriesData;
 
@@ -30,37 +31,37 @@ struct YExtent
     double min = std::numeric_limits<double>::max();
     double max = -std::numeric_limits<double>::max();
     bool nonFinite = false; // the scan reached a NaN or infinite sample: the whole extent is unusable
-    bool counted = false;   // the scan cleared the plot's nothing-counted flag
 };
-
-// The scan's window test: x inside [left, right] or fuzzy equal to either end.
-PLOT2D_EXPORT bool xInWindow(double x, double left, double right);
 
 // The plain scan over the samples in order, stopping after the first sample beyond right; the
 // reference the index must match.
-PLOT2D_EXPORT YExtent scanYExtent(const QwtSeriesData<QPointF>& series, double left, double right);
+YExtent scanYExtent(const QwtSeriesData<QPointF>& series, double left, double right);
 
-// Folds one curve's extent into a running one in curve order, as the scan over all curves does.
-PLOT2D_EXPORT void accumulate(YExtent& total, const YExtent& curve);
-
-// Y index of one sample series, built once per change of samples.
-class PLOT2D_EXPORT YRangeIndex
+// Y index of one sample series. It reads the samples where the series keeps them and holds a shallow
+// copy of that storage: an implicitly shared block cannot be written while the copy lives, so the
+// series is unchanged exactly while it still points at the same block.
+class YRangeIndex
 {
 public:
-    YRangeIndex() = default;
-    explicit YRangeIndex(const QwtSeriesData<QPointF>& series);
+    // Samples of one min/max leaf of the tree.
+    static const int BlockSize = 16;
 
-    void build(const QwtSeriesData<QPointF>& series);
+    // Indexes `series` if its storage can be watched (QwtPointSeriesData, QwtArraySeriesData<QPointF>,
+    // QwtPointArrayData, exactly those types); otherwise the index stays empty and false is returned.
+    bool build(const QwtSeriesData<QPointF>& series);
     void clear();
+    // The index was built from `series` and the series has not changed since.
+    bool describes(const QwtSeriesData<QPointF>* series) const;
 
-    int size() const { return m_x.size(); }
+    int size() const { return m_size; }
     // Index of the first sample with a NaN or infinite coordinate; size() when there is none.
     int firstNonFinite() const { return m_firstNonFinite; }
     // x ascends (ties allowed) over the samples before firstNonFinite().
     bool isSorted() const { return m_sorted; }
-    double x(int i) const { return m_x[i]; }
-    double y(int i) const { return m_y[i]; }
-    const double* yData() const { return m_y.constData(); }
+    double x(int i) const { return m_x[static_cast<std::ptrdiff_t>(i) * m_stride]; }
+    double y(int i) const { return m_y[static_cast<std::ptrdiff_t>(i) * m_stride]; }
+    const double* yData() const { return m_y; }
+    int stride() const { return m_stride; }
 
     // Exactly scanYExtent() of the indexed series, in O(log n) when x ascends.
     YExtent extent(double left, double right) const;
@@ -69,38 +70,40 @@ public:
     // earlier sample as std::min and std::max do.
     std::pair<double, double> yMinMax(int from, int to) const;
 
-    // First index in [0, firstNonFinite()) with x >= value, on a sorted index.
-    int lowerBound(double value) const;
-    // First index in [0, firstNonFinite()) with x > value, on a sorted index.
-    int upperBound(double value) const;
+    // Memory the index holds beyond the series' own samples.
+    std::size_t indexBytes() const;
 
 private:
-    YExtent linearExtent(double left, double right) const;
     void buildTree();
+    int upperBound(double value) const;
 
-    QVector<double> m_x;
-    QVector<double> m_y;
-    // Bottom-up segment trees over [0, firstNonFinite()): leaves at [n, 2n).
-    QVector<double> m_treeMin;
-    QVector<double> m_treeMax;
+    // Pins the series' storage (one of the two forms); never read directly.
+    QVector<QPointF> m_points;
+    QVector<double> m_xs;
+    QVector<double> m_ys;
+    const double* m_x = nullptr;
+    const double* m_y = nullptr;
+    int m_stride = 1;
+    int m_size = 0;
     int m_firstNonFinite = 0;
     bool m_sorted = true;
+    // Bottom-up trees over blocks of the finite prefix: leaves at [blocks, 2 * blocks).
+    QVector<double> m_treeMin;
+    QVector<double> m_treeMax;
 };
-
-// Qwt's rounding of mapped coordinates when painting aligned (halves away from zero).
-PLOT2D_EXPORT double alignedValue(double value);
 
 // Samples [from, to] of the index mapped and rounded as Qwt's point mapper does for aligned painting,
 // consecutive repeats dropped when `weedOut` is set (the curve's FilterPoints).
-PLOT2D_EXPORT QPolygonF mappedPolyline(const YRangeIndex& index, const QwtScaleMap& xMap,
-                                       const QwtScaleMap& yMap, int from, int to, bool weedOut);
+QPolygonF mappedPolyline(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtScaleMap& yMap, int from,
+                         int to, bool weedOut);
 
 // QwtPainter strokes a polyline on a raster device in pieces of this many segments, each on its own.
 const int QwtPieceSize = 6;
 
 // A device polyline reduced to what its pieces paint: pieces that stay inside one pixel column
-// become one vertical line per run of rows, the others are kept as subpaths (or, when they repeat a
-// point, which a path would drop, as polylines of their own).
+// become one vertical line per run of rows, the others are kept as subpaths of one path; a piece that
+// repeats a point (which a path would drop) or has a fractional point from the clipper (which a path
+// strokes differently) stays a polyline of its own.
 struct DecimatedPolyline
 {
     QVector<QLineF> columns;
@@ -109,14 +112,14 @@ struct DecimatedPolyline
 };
 
 // Without antialiasing, drawDecimated(decimatePolyline(p)) paints exactly the pixels that
-// QwtPainter::drawPolyline(p) paints with an opaque, solid, capped pen at most 1 px wide.
-PLOT2D_EXPORT DecimatedPolyline decimatePolyline(const QPolygonF& polyline);
-PLOT2D_EXPORT void drawDecimated(QPainter* painter, const DecimatedPolyline& polyline);
+// QwtPainter::drawPolyline(p) paints with an opaque, solid, capped pen 0 or 1 px wide.
+DecimatedPolyline decimatePolyline(const QPolygonF& polyline);
+void drawDecimated(QPainter* painter, const DecimatedPolyline& polyline);
 
 // The geometry a curve painted last, with everything it was computed from. A replot that changes
 // none of it (a quote tick, the tracker, another curve shown or hidden) strokes it again without
 // mapping a sample. The owner clears it whenever the samples change.
-class PLOT2D_EXPORT GeometryCache
+class GeometryCache
 {
 public:
     struct Key
@@ -147,19 +150,38 @@ private:
 
 // The part of [from, to] whose device columns lie in [left, right], plus one neighbour on each side
 // so that lines crossing the border stay. Needs isSorted() and an ascending map.
-PLOT2D_EXPORT std::pair<int, int> visibleRange(const YRangeIndex& index, const QwtScaleMap& xMap, double left,
-                                               double right, int from, int to);
+std::pair<int, int> visibleRange(const YRangeIndex& index, const QwtScaleMap& xMap, double left, double right,
+                                 int from, int to);
 
 // Whether drawLines() below paints this curve exactly like QwtPlotCurve::drawLines would.
-PLOT2D_EXPORT bool canDrawDecimated(const QwtPlotCurve& curve, const QPainter* painter,
-                                    const YRangeIndex& index);
+bool canDrawDecimated(const QwtPlotCurve& curve, const QPainter* painter, const QwtScaleMap& xMap,
+                      const QwtScaleMap& yMap, const YRangeIndex& index);
 
-// QwtPlotCurve::drawLines for a plain line curve (no fitter, no brush, pen at most 1 px, aligned
-// raster painter), touching only the visible samples and stroking far fewer segments. Returns false,
-// painting nothing, when canDrawDecimated() does not hold: the caller then draws as usual.
-// With a cache, an unchanged view reuses the geometry of the last call.
-PLOT2D_EXPORT bool drawLines(const QwtPlotCurve& curve, const YRangeIndex& index, QPainter* painter,
-                             const QwtScaleMap& xMap, const QwtScaleMap& yMap, const QRectF& canvasRect,
-                             int from, int to, GeometryCache* cache = nullptr);
+// QwtPlotCurve::drawLines for a plain line curve, touching only the visible samples and stroking far
+// fewer segments. Returns false, painting nothing, when canDrawDecimated() does not hold: the caller
+// then draws as usual. With a cache, an unchanged view reuses the geometry of the last call.
+bool drawLines(const QwtPlotCurve& curve, const YRangeIndex& index, QPainter* painter,
+               const QwtScaleMap& xMap, const QwtScaleMap& yMap, const QRectF& canvasRect, int from, int to,
+               GeometryCache* cache = nullptr);
+
+// A curve's derived state: the index of its current samples and the geometry it painted last.
+// Whatever the series, both follow the samples as they are at the moment of use.
+class CurveCache
+{
+public:
+    // The curve's Y extent as scanYExtent() gives it, from the index where the series allows one.
+    static YExtent yExtent(const PriceBased2dPlotCurve& curve, double left, double right);
+    // Paints the curve's lines through the fast path; false when it does not apply (nothing painted).
+    static bool drawLines(const PriceBased2dPlotCurve& curve, QPainter* painter, const QwtScaleMap& xMap,
+                          const QwtScaleMap& yMap, const QRectF& canvasRect, int from, int to);
+    // The index of the curve's current samples, or null when the series cannot be indexed.
+    static const YRangeIndex* index(const PriceBased2dPlotCurve& curve);
+
+private:
+    const YRangeIndex* current(const QwtSeriesData<QPointF>* series);
+
+    YRangeIndex m_index;
+    GeometryCache m_geometry;
+};
 
 } // namespace Plot2dSampling

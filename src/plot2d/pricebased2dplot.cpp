@@ -10,6 +10,7 @@
 #include "plot2dcolors.h"
 #include "plot2dcommon.h"
 #include "plot2ditems_p.h"
+#include "plot2dsampling.h"
 #include "pricebased2dplotcurve.h"
 #include "pricebased2dplotlegend.h"
 #include "pricebased2dplotpanner.h"
@@ -644,7 +645,7 @@ std::pair<double, double> PriceBased2dPlot::yExtentOfCurves(ExtentScan scan) con
             nothingCounted = false;
             // A valid curve always has a data object.
             const Plot2dSampling::YExtent extent =
-                scan == IndexedScan ? curve->yRangeIndex().extent(left, right)
+                scan == IndexedScan ? Plot2dSampling::CurveCache::yExtent(*curve, left, right)
                                     : Plot2dSampling::scanYExtent(*curve->data(), left, right);
             if (extent.nonFinite)
                 return unusable;

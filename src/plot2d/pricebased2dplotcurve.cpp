@@ -2,6 +2,7 @@
 
 #include "plot2dcolors.h"
 #include "plot2ditems_p.h"
+#include "plot2dsampling.h"
 #include "pricebased2dplot.h"
 #include "table.h"
 
@@ -22,11 +23,11 @@ bool isDrawnStyle(int style)
 } // namespace
 
 PriceBased2dPlotCurve::PriceBased2dPlotCurve(PriceBased2dPlot* plot, const QString& title)
-    : QwtPlotCurve(title), m_plot(plot)
+    : QwtPlotCurve(title), m_plot(plot), m_cache(new Plot2dSampling::CurveCache)
 {}
 
 PriceBased2dPlotCurve::PriceBased2dPlotCurve(PriceBased2dPlot* plot, const QwtText& title)
-    : QwtPlotCurve(title), m_plot(plot)
+    : QwtPlotCurve(title), m_plot(plot), m_cache(new Plot2dSampling::CurveCache)
 {}
 
 PriceBased2dPlotCurve::~PriceBased2dPlotCurve() = default;
@@ -173,30 +174,9 @@ QColor PriceBased2dPlotCurve::getColor() const
     return QColor();
 }
 
-const Plot2dSampling::YRangeIndex& PriceBased2dPlotCurve::yRangeIndex() const
-{
-    if (!m_yIndexValid) {
-        if (data())
-            m_yIndex.build(*data());
-        else
-            m_yIndex.clear();
-        m_yIndexValid = true;
-    }
-    return m_yIndex;
-}
-
-void PriceBased2dPlotCurve::dataChanged()
-{
-    m_yIndexValid = false;
-    m_yIndex.clear();
-    m_geometry.clear();
-    QwtPlotCurve::dataChanged();
-}
-
 void PriceBased2dPlotCurve::drawLines(QPainter* painter, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
                                       const QRectF& canvasRect, int from, int to) const
 {
-    if (!Plot2dSampling::drawLines(*this, yRangeIndex(), painter, xMap, yMap, canvasRect, from, to,
-                                   &m_geometry))
+    if (!Plot2dSampling::CurveCache::drawLines(*this, painter, xMap, yMap, canvasRect, from, to))
         QwtPlotCurve::drawLines(painter, xMap, yMap, canvasRect, from, to);
 }

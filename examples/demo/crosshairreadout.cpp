@@ -1,0 +1,140 @@
+#include "crosshairreadout.h"
+
+#include "deskplot.h"
+
+#include <plot2d/pricebased2dplotcurve.h>
+
+#include <qwt_scale_widget.h>
+
+#include <QEvent>
+#include <QFontMetrics>
+#include <QJsonArray>
+#include <QMouseEvent>
+#include <QPainter>
+
+namespace {
+
+constexpr int Padding = 6;
+constexpr int Swatch = 10;
+constexpr int Gap = 12; // between the crosshair and the box
+
+} // namespace
+
+CrosshairReadout::CrosshairReadout(DeskPlot* plot) : QwtWidgetOverlay(plot->canvas()), m_plot(plot)
+{
+    setMaskMode(QwtWidgetOverlay::MaskHint);
+    plot->canvas()->setMouseTracking(true);
+    plot->canvas()->installEventFilter(this);
+    for (int axis : {QwtPlot::xBottom, QwtPlot::yLeft})
+        connect(plot->axisWidget(axis), &QwtScaleWidget::scaleDivChanged, this, &CrosshairReadout::refresh);
+}
+
+double CrosshairReadout::price() const
+{
+    return m_plot->roundedXValue(m_plot->invTransform(QwtPlot::xBottom, m_cursor.x()));
+}
+
+QList<CrosshairReadout::Row> CrosshairReadout::rows() const
+{
+    QList<Row> result;
+    const double at = price();
+    for (const PriceBased2dPlotCurve* curve : m_plot->valueCurves()) {
+        if (!curve->isVisible())
+            continue;
+        const double value = m_plot->valueAt(curve->dataType(), at);
+        result.append({curve->title().text(), curve->pen().color(),
+                       QString::number(value, 'f', m_plot->valueDecimals())});
+    }
+    return result;
+}
+
+void CrosshairReadout::refresh()
+{
+    updateOverlay();
+}
+
+QJsonObject CrosshairReadout::state() const
+{
+    QJsonObject state;
+    state.insert(QStringLiteral("active"), m_active);
+    if (!m_active)
+        return state;
+    state.insert(QStringLiteral("price"), m_plot->priceFormat().text(price()));
+    QJsonObject values;
+    for (const Row& row : rows())
+        values.insert(row.title, row.value);
+    state.insert(QStringLiteral("values"), values);
+    return state;
+}
+
+bool CrosshairReadout::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_plot->canvas()) {
+        if (event->type() == QEvent::MouseMove) {
+            m_cursor = static_cast<QMouseEvent*>(event)->pos();
+            m_active = true;
+            refresh();
+        } else if (event->type() == QEvent::Leave) {
+            m_active = false;
+            refresh();
+        }
+    }
+    return QwtWidgetOverlay::eventFilter(watched, event);
+}
+
+QStringList CrosshairReadout::lines() const
+{
+    QStringList text{m_plot->priceFormat().text(price())};
+    for (const Row& row : rows())
+        text.append(QStringLiteral("%1  %2").arg(row.title, row.value));
+    return text;
+}
+
+QRect CrosshairReadout::boxRect(int lineX) const
+{
+    const QFontMetrics metrics(font());
+    int width = 0;
+    const QStringList text = lines();
+    for (const QString& line : text)
+        width = qMax(width, metrics.horizontalAdvance(line));
+    const QSize size(width + Swatch + 3 * Padding, text.size() * metrics.height() + 2 * Padding);
+    // Right of the crosshair unless it would leave the canvas.
+    const int left = lineX + Gap + size.width() <= this->width() ? lineX + Gap : lineX - Gap - size.width();
+    return QRect(QPoint(qMax(0, left), Padding), size);
+}
+
+QRegion CrosshairReadout::maskHint() const
+{
+    if (!m_active)
+        return QRegion();
+    const int lineX = qRound(m_plot->transform(QwtPlot::xBottom, price()));
+    return QRegion(lineX - 1, 0, 3, height()) + QRegion(boxRect(lineX).adjusted(-1, -1, 1, 1));
+}
+
+void CrosshairReadout::drawOverlay(QPainter* painter) const
+{
+    if (!m_active)
+        return;
+    const int lineX = qRound(m_plot->transform(QwtPlot::xBottom, price()));
+    painter->setPen(QPen(QColor(60, 60, 60), 1.0, Qt::DashLine));
+    painter->drawLine(lineX, 0, lineX, height());
+
+    const QRect box = boxRect(lineX);
+    painter->setPen(QColor(120, 120, 120));
+    painter->setBrush(QColor(255, 255, 255, 235));
+    painter->drawRect(box.adjusted(0, 0, -1, -1));
+
+    const QFontMetrics metrics(font());
+    const QStringList text = lines();
+    const QList<Row> values = rows();
+    int y = box.top() + Padding;
+    for (int i = 0; i < text.size(); ++i, y += metrics.height()) {
+        const int x = box.left() + Padding;
+        if (i > 0) {
+            painter->fillRect(QRect(x, y + (metrics.height() - Swatch) / 2, Swatch, Swatch),
+                              values.at(i - 1).color);
+        }
+        painter->setPen(Qt::black);
+        painter->drawText(QPoint(x + (i > 0 ? Swatch + Padding : 0), y + metrics.ascent()), text.at(i));
+    }
+}

@@ -12,8 +12,8 @@ packages=(
   libbenchmark-dev libqcustomplot-dev
   # Reliability suite: sanitizers and libFuzzer come with clang.
   clang libclang-rt-14-dev
-  # Demo screenshots and checks.
-  xvfb
+  # Demo screenshots and checks; the window drive test moves the mouse with xdotool.
+  xvfb xdotool
 )
 
 missing=()

@@ -85,6 +85,7 @@ bool CommandLine::parse(const QStringList& arguments)
                               .arg(MaximumSize.height())
                               .arg(parser.value(sizeOption)));
 
+    sizeGiven = parser.isSet(sizeOption);
     dataDir = parser.value(data);
     baseCode = parser.value(base);
     settingsPath = parser.value(settings);

@@ -34,6 +34,7 @@ public:
     bool live = true;
     QString screenshot; // render to this PNG and exit
     QSize size{1200, 700};
+    bool sizeGiven = false; // otherwise a live desk comes back at its saved size
     QStringList uncheck;
     bool printLegendState = false;
     QString stateFile;

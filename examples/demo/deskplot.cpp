@@ -164,7 +164,12 @@ QJsonObject DeskPlot::state() const
         labels.append(format.text(label));
     const PriceBased2dPlotCurve* line = curve(QuoteLine);
     QJsonObject state;
-    state.insert(QStringLiteral("x"), rangeOf(axisScaleDiv(QwtPlot::xBottom)));
+    const QwtScaleDiv& x = axisScaleDiv(QwtPlot::xBottom);
+    state.insert(QStringLiteral("x"), rangeOf(x));
+    // Screen columns of the two ends of the price range.
+    const int left = canvas()->mapToGlobal(QPoint(0, 0)).x();
+    state.insert(QStringLiteral("xPixels"), QJsonArray{left + transform(QwtPlot::xBottom, x.lowerBound()),
+                                                       left + transform(QwtPlot::xBottom, x.upperBound())});
     state.insert(QStringLiteral("y"), rangeOf(axisScaleDiv(QwtPlot::yLeft)));
     state.insert(QStringLiteral("autoscale"), autoScaleEnabled());
     state.insert(QStringLiteral("labels"), labels);

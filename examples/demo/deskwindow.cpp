@@ -147,8 +147,11 @@ void DeskWindow::alignPanels()
             rowWidth = qMax(rowWidth, row->sizeHint().width());
         }
     }
-    for (QWidget* row : rows)
+    for (QWidget* row : rows) {
         row->setMinimumWidth(rowWidth);
+        if (auto* layout = qobject_cast<QBoxLayout*>(row->layout()))
+            layout->addStretch();
+    }
     for (const PlotPanel* panel : m_panels) {
         panel->plot()->axisWidget(QwtPlot::yLeft)->scaleDraw()->setMinimumExtent(ValueAxisExtent);
         panel->plot()->updateLayout();
@@ -164,7 +167,8 @@ void DeskWindow::createToolBar()
     m_autoScaleAction->setCheckable(true);
     m_autoScaleAction->setChecked(pnlPlot()->autoScaleEnabled());
     m_autoScaleAction->setToolTip(tr("Let the Y axes follow the visible curves"));
-    connect(m_autoScaleAction, &QAction::toggled, this, [this](bool on) {
+    // Only the user's toggle applies to both plots; the mirror of the P&L flag below must not.
+    connect(m_autoScaleAction, &QAction::triggered, this, [this](bool on) {
         for (PlotPanel* panel : m_panels) {
             panel->plot()->setAutoScaleEnabled(on);
             if (on)
@@ -179,8 +183,16 @@ void DeskWindow::createToolBar()
     reset->setToolTip(tr("Show every strike and switch autoscale on"));
     connect(reset, &QAction::triggered, this, [this] {
         m_autoScaleAction->setChecked(true);
-        pnlPlot()->resetView();
+        for (PlotPanel* panel : m_panels) {
+            panel->plot()->setAutoScaleEnabled(true);
+            panel->plot()->resetView();
+        }
     });
+
+    auto* quit = new QAction(tr("Quit"), this);
+    quit->setShortcut(QKeySequence::Quit);
+    addAction(quit);
+    connect(quit, &QAction::triggered, this, &QWidget::close);
 
     m_gridAction = bar->addAction(tr("Detailed grid"));
     m_gridAction->setCheckable(true);
@@ -226,12 +238,14 @@ void DeskWindow::setWarnings(const QStringList& warnings)
 
 void DeskWindow::restoreSettings()
 {
-    if (!m_settings)
+    if (!m_settings) {
+        resize(m_options.size);
         return;
+    }
     m_restoring = true;
     const QByteArray geometry = m_settings->value(QStringLiteral("window/geometry")).toByteArray();
-    if (!geometry.isEmpty())
-        restoreGeometry(geometry);
+    if (geometry.isEmpty() || !restoreGeometry(geometry))
+        resize(m_options.size);
     for (int i = 0; i < m_panels.size(); ++i) {
         m_settings->restoreLegend(PanelGroups[i], m_panels.at(i)->legend());
         m_panels.at(i)->plot()->syncQuoteLabel();
@@ -265,7 +279,9 @@ void DeskWindow::restoreView()
 
 void DeskWindow::storeLegends()
 {
-    if (!m_settings)
+    // A restore unticks rows one legend after the other; saving in between would overwrite the
+    // rows of the legends not restored yet.
+    if (!m_settings || m_restoring)
         return;
     for (int i = 0; i < m_panels.size(); ++i)
         m_settings->storeLegend(PanelGroups[i], m_panels.at(i)->legend());

@@ -29,7 +29,8 @@ public:
         bool live = true; // move the quote on a timer
         quint32 seed = 1; // the quote's random walk
         int tickMs = 1000;
-        QString stateFile; // JSON dump of the state for scripts; none when empty
+        QString stateFile;     // JSON dump of the state for scripts; none when empty
+        QSize size{1200, 700}; // unless the settings hold a geometry
     };
 
     explicit DeskWindow(const Options& options, QWidget* parent = nullptr);

@@ -137,6 +137,7 @@ int main(int argc, char* argv[])
     options.seed = commandLine.seed;
     options.live = commandLine.live && !commandLine.headless();
     options.stateFile = commandLine.stateFile;
+    options.size = commandLine.size;
 
     DeskWindow window(options);
     if (window.pnlPlot()->getFuture().isNull()) {
@@ -152,7 +153,8 @@ int main(int argc, char* argv[])
               << CommandLine::usageLine() << '\n';
         return CommandLine::UsageError;
     }
-    window.resize(commandLine.size);
+    if (commandLine.sizeGiven || commandLine.headless())
+        window.resize(commandLine.size);
 
     if (commandLine.printLegendState) {
         QTextStream(stdout) << "unchecked: " << window.uncheckedItems().join(QStringLiteral(", ")) << '\n';

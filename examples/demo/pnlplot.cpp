@@ -8,7 +8,7 @@
 
 PnlPlot::PnlPlot(const Portfolio& portfolio, QWidget* parent) : DeskPlot(portfolio, parent)
 {
-    setAxisTitle(QwtPlot::yLeft, tr("P&L per contract"));
+    setAxisTitle(QwtPlot::yLeft, tr("P&L"));
     addCurve(AtExpiry, tr("At expiry"), QColor(QStringLiteral("#1f4e9c")));
     addCurve(Today, tr("Today"), QColor(QStringLiteral("#1b7f3b")));
     addCurve(HalfTime, tr("Half time"), QColor(QStringLiteral("#d9822b")));

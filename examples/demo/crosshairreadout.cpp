@@ -82,24 +82,29 @@ bool CrosshairReadout::eventFilter(QObject* watched, QEvent* event)
     return QwtWidgetOverlay::eventFilter(watched, event);
 }
 
-QStringList CrosshairReadout::lines() const
+int CrosshairReadout::lineX() const
+{
+    return qRound(m_plot->transform(QwtPlot::xBottom, price()));
+}
+
+QStringList CrosshairReadout::lines(const QList<Row>& rows) const
 {
     QStringList text{m_plot->priceFormat().text(price())};
-    for (const Row& row : rows())
+    for (const Row& row : rows)
         text.append(QStringLiteral("%1  %2").arg(row.title, row.value));
     return text;
 }
 
-QRect CrosshairReadout::boxRect(int lineX) const
+QRect CrosshairReadout::boxRect(const QStringList& lines) const
 {
     const QFontMetrics metrics(font());
     int width = 0;
-    const QStringList text = lines();
-    for (const QString& line : text)
+    for (const QString& line : lines)
         width = qMax(width, metrics.horizontalAdvance(line));
-    const QSize size(width + Swatch + 3 * Padding, text.size() * metrics.height() + 2 * Padding);
+    const QSize size(width + Swatch + 3 * Padding, lines.size() * metrics.height() + 2 * Padding);
     // Right of the crosshair unless it would leave the canvas.
-    const int left = lineX + Gap + size.width() <= this->width() ? lineX + Gap : lineX - Gap - size.width();
+    const int x = lineX();
+    const int left = x + Gap + size.width() <= this->width() ? x + Gap : x - Gap - size.width();
     return QRect(QPoint(qMax(0, left), Padding), size);
 }
 
@@ -107,34 +112,32 @@ QRegion CrosshairReadout::maskHint() const
 {
     if (!m_active)
         return QRegion();
-    const int lineX = qRound(m_plot->transform(QwtPlot::xBottom, price()));
-    return QRegion(lineX - 1, 0, 3, height()) + QRegion(boxRect(lineX).adjusted(-1, -1, 1, 1));
+    const QRect box = boxRect(lines(rows()));
+    return QRegion(lineX() - 1, 0, 3, height()) + QRegion(box.adjusted(-1, -1, 1, 1));
 }
 
 void CrosshairReadout::drawOverlay(QPainter* painter) const
 {
     if (!m_active)
         return;
-    const int lineX = qRound(m_plot->transform(QwtPlot::xBottom, price()));
     painter->setPen(QPen(QColor(60, 60, 60), 1.0, Qt::DashLine));
-    painter->drawLine(lineX, 0, lineX, height());
+    painter->drawLine(lineX(), 0, lineX(), height());
 
-    const QRect box = boxRect(lineX);
+    const QList<Row> values = rows();
+    const QStringList text = lines(values);
+    const QRect box = boxRect(text);
     painter->setPen(QColor(120, 120, 120));
     painter->setBrush(QColor(255, 255, 255, 235));
     painter->drawRect(box.adjusted(0, 0, -1, -1));
 
     const QFontMetrics metrics(font());
-    const QStringList text = lines();
-    const QList<Row> values = rows();
+    const int x = box.left() + Padding;
     int y = box.top() + Padding;
-    for (int i = 0; i < text.size(); ++i, y += metrics.height()) {
-        const int x = box.left() + Padding;
-        if (i > 0) {
-            painter->fillRect(QRect(x, y + (metrics.height() - Swatch) / 2, Swatch, Swatch),
-                              values.at(i - 1).color);
-        }
-        painter->setPen(Qt::black);
-        painter->drawText(QPoint(x + (i > 0 ? Swatch + Padding : 0), y + metrics.ascent()), text.at(i));
+    painter->setPen(Qt::black);
+    painter->drawText(QPoint(x, y + metrics.ascent()), text.first());
+    for (int i = 0; i < values.size(); ++i) {
+        y += metrics.height();
+        painter->fillRect(QRect(x, y + (metrics.height() - Swatch) / 2, Swatch, Swatch), values.at(i).color);
+        painter->drawText(QPoint(x + Swatch + Padding, y + metrics.ascent()), text.at(i + 1));
     }
 }

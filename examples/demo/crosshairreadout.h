@@ -35,8 +35,10 @@ protected:
     QRegion maskHint() const override;
 
 private:
-    QStringList lines() const;
-    QRect boxRect(int lineX) const;
+    int lineX() const;
+    // The price heading, then one "title  value" line per row.
+    QStringList lines(const QList<Row>& rows) const;
+    QRect boxRect(const QStringList& lines) const;
 
     DeskPlot* m_plot;
     QPoint m_cursor;

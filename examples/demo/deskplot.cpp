@@ -90,7 +90,7 @@ double DeskPlot::yearsToExpiry() const
     return std::max(0.0, (m_portfolio.expiry() - now) / MillisecondsPerYear);
 }
 
-PriceFormat DeskPlot::priceFormat() const
+PriceFormat DeskPlot::futuresPriceFormat() const
 {
     const Record future = getFuture();
     if (future.isNull())
@@ -103,6 +103,7 @@ void DeskPlot::updateCurves()
     m_quote = getKotirFromFutureRecord(getFuture()).toDouble();
     m_years = yearsToExpiry();
     m_volatility = volatility();
+    m_priceFormat = futuresPriceFormat();
     const QList<double> prices = m_manager ? m_manager->calcPlotPoints(false) : QList<double>();
     if (!prices.isEmpty()) {
         setValueSamples(prices);

@@ -43,7 +43,8 @@ public:
     double volatility();
     // Years from the futures' last trade time to the book's expiry.
     double yearsToExpiry() const;
-    PriceFormat priceFormat() const;
+    // Prices with the decimals of the futures' price step, as of the last update.
+    PriceFormat priceFormat() const { return m_priceFormat; }
 
     // The value a curve of `type` shows at `price`, computed exactly, not read off the samples.
     virtual double valueAt(int type, double price) = 0;
@@ -72,6 +73,7 @@ protected:
 
 private:
     void setValueSamples(const QList<double>& prices);
+    PriceFormat futuresPriceFormat() const;
 
     Portfolio m_portfolio;
     QPointer<PriceBased2dPlotPointManager> m_manager;
@@ -81,4 +83,5 @@ private:
     // Evaluation inputs of the current update.
     double m_years = 0.0;
     double m_volatility = 0.0;
+    PriceFormat m_priceFormat;
 };

@@ -15,18 +15,22 @@ struct Run
     QString err;
 };
 
-QProcessEnvironment demoEnvironment(bool display)
+// `display`: "offscreen" for Qt's offscreen platform, empty for none, else a DISPLAY value.
+QProcessEnvironment demoEnvironment(const QString& display)
 {
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.remove(QStringLiteral("DISPLAY"));
     env.remove(QStringLiteral("WAYLAND_DISPLAY"));
     env.remove(QStringLiteral("QT_QPA_PLATFORM"));
-    if (display)
-        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    if (display == QLatin1String("offscreen"))
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), display);
+    else if (!display.isEmpty())
+        env.insert(QStringLiteral("DISPLAY"), display);
     return env;
 }
 
-void startDemo(QProcess& process, const QStringList& arguments, bool display = true)
+void startDemo(QProcess& process, const QStringList& arguments,
+               const QString& display = QStringLiteral("offscreen"))
 {
 #ifdef PLOT2D_DEMO_EXECUTABLE
     process.setProcessEnvironment(demoEnvironment(display));
@@ -38,7 +42,7 @@ void startDemo(QProcess& process, const QStringList& arguments, bool display = t
 #endif
 }
 
-Run runDemo(const QStringList& arguments, bool display = true)
+Run runDemo(const QStringList& arguments, const QString& display = QStringLiteral("offscreen"))
 {
     Run run;
     QProcess process;
@@ -178,58 +182,63 @@ void TestDemo::badInputEndsWithMessageAndExitCode_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QByteArray>("securities"); // replaces the sample file when not empty
-    QTest::addColumn<bool>("display");
+    QTest::addColumn<QString>("display");
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("message"); // a regular expression over stdout and stderr
 
+    const QString offscreen = QStringLiteral("offscreen");
     const QString usage = QStringLiteral("\nUsage: plot2d-demo ");
     const QStringList shot{QStringLiteral("--screenshot"), m_dir.filePath(QStringLiteral("out.png"))};
-    QTest::newRow("missing bound column") << shot << sampleSecurities("bid", QByteArray()) << true << 1
+    QTest::newRow("missing bound column") << shot << sampleSecurities("bid", QByteArray()) << offscreen << 1
                                           << QStringLiteral("securities\\.csv:1: missing column \"bid\"");
-    QTest::newRow("help without display") << QStringList{QStringLiteral("--help")} << QByteArray() << false
-                                          << 0 << QStringLiteral("--screenshot <FILE>");
+    QTest::newRow("help without display") << QStringList{QStringLiteral("--help")} << QByteArray()
+                                          << QString() << 0 << QStringLiteral("--screenshot <FILE>");
     QTest::newRow("version without display")
-        << QStringList{QStringLiteral("--version")} << QByteArray() << false << 0
+        << QStringList{QStringLiteral("--version")} << QByteArray() << QString() << 0
         << QStringLiteral("^plot2d-demo \\d+\\.\\d+\\.\\d+\n$");
-    QTest::newRow("no display") << QStringList() << QByteArray() << false << 1
+    QTest::newRow("no display") << QStringList() << QByteArray() << QString() << 1
                                 << QStringLiteral("^plot2d-demo: no display .*--screenshot FILE\\.png\n$");
+    QTest::newRow("display without X server")
+        << QStringList() << QByteArray() << QStringLiteral(":4242") << 1
+        << QStringLiteral(
+               "^plot2d-demo: no display \\(no X server on DISPLAY :4242\\).*--screenshot FILE\\.png\n$");
     QTest::newRow("huge size") << shot +
                                       QStringList{QStringLiteral("--size"), QStringLiteral("100000x100000")}
-                               << QByteArray() << true << 2
+                               << QByteArray() << offscreen << 2
                                << QStringLiteral("3840x2160, got '100000x100000'") + usage;
     QTest::newRow("tiny size") << shot + QStringList{QStringLiteral("--size"), QStringLiteral("10x10")}
-                               << QByteArray() << true << 2
+                               << QByteArray() << offscreen << 2
                                << QStringLiteral("--size takes WIDTHxHEIGHT .* got '10x10'") + usage;
     QTest::newRow("bad seed") << QStringList{QStringLiteral("--seed"), QStringLiteral("abc")} << QByteArray()
-                              << true << 2 << QStringLiteral("--seed .* got 'abc'") + usage;
+                              << offscreen << 2 << QStringLiteral("--seed .* got 'abc'") + usage;
     QTest::newRow("unknown curve") << shot + QStringList{QStringLiteral("--uncheck"),
                                                          QStringLiteral("NoSuchCurve")}
-                                   << QByteArray() << true << 2
+                                   << QByteArray() << offscreen << 2
                                    << QStringLiteral("no legend row 'NoSuchCurve'") + usage;
-    QTest::newRow("stray argument") << QStringList{QStringLiteral("desk.ini")} << QByteArray() << true << 2
-                                    << QStringLiteral("unexpected argument 'desk.ini'") + usage;
-    QTest::newRow("unknown option") << QStringList{QStringLiteral("--colour")} << QByteArray() << true << 2
-                                    << QStringLiteral("Unknown option 'colour'\\.") + usage;
+    QTest::newRow("stray argument") << QStringList{QStringLiteral("desk.ini")} << QByteArray() << offscreen
+                                    << 2 << QStringLiteral("unexpected argument 'desk.ini'") + usage;
+    QTest::newRow("unknown option") << QStringList{QStringLiteral("--colour")} << QByteArray() << offscreen
+                                    << 2 << QStringLiteral("Unknown option 'colour'\\.") + usage;
     // The futures row is line 3; price_step is column 9, cur_kotir 18, volat_min 20.
-    QTest::newRow("zero price step") << shot << sampleSecurities("price_step", "0") << true << 1
+    QTest::newRow("zero price step") << shot << sampleSecurities("price_step", "0") << offscreen << 1
                                      << QStringLiteral("securities\\.csv:3:9: price_step must be positive");
     QTest::newRow("negative price step")
-        << shot << sampleSecurities("price_step", "-0.01") << true << 1
+        << shot << sampleSecurities("price_step", "-0.01") << offscreen << 1
         << QStringLiteral("securities\\.csv:3:9: price_step must be positive");
     QTest::newRow("negative volatility")
-        << shot << sampleSecurities("volat_min", "-0.2") << true << 1
+        << shot << sampleSecurities("volat_min", "-0.2") << offscreen << 1
         << QStringLiteral("securities\\.csv:3:20: volat_min must be positive");
     QTest::newRow("volatility bounds swapped")
-        << shot << sampleSecurities("volat_min", "0.5") << true << 1
+        << shot << sampleSecurities("volat_min", "0.5") << offscreen << 1
         << QStringLiteral("securities\\.csv:3:20: volat_min 0.5 is above volat_max 0.45");
     QTest::newRow("quote far outside strikes")
-        << shot << sampleSecurities("cur_kotir", "500") << true << 1
+        << shot << sampleSecurities("cur_kotir", "500") << offscreen << 1
         << QStringLiteral("securities\\.csv:3:18: quote 500.00 lies far outside the strikes 55.00 to 95.00");
     QTest::newRow("quote just outside strikes: a warning")
-        << shot << sampleSecurities("cur_kotir", "97.5") << true << 0
+        << shot << sampleSecurities("cur_kotir", "97.5") << offscreen << 0
         << QStringLiteral("warning: .*securities\\.csv:3:18: quote 97.50 lies outside the strikes");
     QTest::newRow("no volatility: a warning")
-        << shot << sampleSecurities("volat_max", "") << true << 0
+        << shot << sampleSecurities("volat_max", "") << offscreen << 0
         << QStringLiteral("warning: .*securities\\.csv:3:21: no volatility bounds");
 }
 
@@ -237,7 +246,7 @@ void TestDemo::badInputEndsWithMessageAndExitCode()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QByteArray, securities);
-    QFETCH(bool, display);
+    QFETCH(QString, display);
     QFETCH(int, exitCode);
     QFETCH(QString, message);
 

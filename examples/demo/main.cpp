@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QImage>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTextStream>
 
@@ -41,10 +42,20 @@ bool parseArguments(int argc, char* argv[], CommandLine* commandLine)
     return false;
 }
 
-bool hasDisplay()
+// Why the GUI could not start here, or empty: Qt's platform plugin aborts without a display.
+QString displayProblem()
 {
-    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
-           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+    if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        return QString();
+    const QString display = qEnvironmentVariable("DISPLAY");
+    if (display.isEmpty())
+        return QStringLiteral("DISPLAY is not set");
+    // A local display is a socket; a remote one is left to the plugin.
+    const QRegularExpressionMatch local =
+        QRegularExpression(QStringLiteral("^(?:unix)?:(\\d+)(?:\\.\\d+)?$")).match(display);
+    if (local.hasMatch() && !QFileInfo::exists(QStringLiteral("/tmp/.X11-unix/X") + local.captured(1)))
+        return QStringLiteral("no X server on DISPLAY %1").arg(display);
+    return QString();
 }
 
 QString defaultDataDir()
@@ -110,10 +121,11 @@ int main(int argc, char* argv[])
     if (!parseArguments(argc, argv, &commandLine))
         return commandLine.exitCode();
 
-    if (!hasDisplay()) {
+    const QString problem = displayProblem();
+    if (!problem.isEmpty()) {
         if (!commandLine.headless()) {
-            err() << "plot2d-demo: no display (DISPLAY is not set); render the desk with --screenshot "
-                     "FILE.png\n";
+            err() << "plot2d-demo: no display (" << problem
+                  << "); render the desk with --screenshot FILE.png\n";
             return CommandLine::Failure;
         }
         qputenv("QT_QPA_PLATFORM", "offscreen");

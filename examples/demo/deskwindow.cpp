@@ -4,15 +4,14 @@
 #include "deskheader.h"
 #include "desksettings.h"
 #include "greeksplot.h"
+#include "livemarket.h"
 #include "plotpanel.h"
 #include "pnlplot.h"
 #include "priceaxislink.h"
 #include "statedump.h"
 
 #include <plot2d/platform.h>
-#include <plot2d/pricebased2dplotcurve.h>
 #include <plot2d/pricebased2dplotlegend.h>
-#include <plot2d/pricebased2dplotscaledraw.h>
 
 #include <qwt_scale_widget.h>
 
@@ -40,8 +39,7 @@ QVariant rangeValue(const QwtInterval& interval)
 
 } // namespace
 
-DeskWindow::DeskWindow(const Options& options, QWidget* parent)
-    : QMainWindow(parent), m_options(options), m_random(options.seed)
+DeskWindow::DeskWindow(const Options& options, QWidget* parent) : QMainWindow(parent), m_options(options)
 {
     setWindowTitle(tr("plot2d desk: %1").arg(options.baseCode));
     if (!options.settingsPath.isEmpty())
@@ -92,11 +90,8 @@ DeskWindow::DeskWindow(const Options& options, QWidget* parent)
     if (securities)
         connect(securities, &Table::rowsChanged, this, &DeskWindow::onSecuritiesChanged);
 
-    m_marketTimer = new QTimer(this);
-    m_marketTimer->setInterval(options.tickMs);
-    connect(m_marketTimer, &QTimer::timeout, this, &DeskWindow::stepQuote);
     if (options.live)
-        m_marketTimer->start();
+        (new LiveMarket(pnl, options.seed, options.tickMs, this))->start();
 
     if (!options.stateFile.isEmpty()) {
         auto* dump = new StateDump(
@@ -310,27 +305,6 @@ void DeskWindow::storeView()
                              rangeValue(plot->axisScaleDiv(QwtPlot::yLeft).interval()));
     }
     m_settings->save();
-}
-
-void DeskWindow::stepQuote()
-{
-    DeskPlot* plot = pnlPlot();
-    const Record future = plot->getFuture();
-    Table* securities = plot->securitiesTable();
-    if (future.isNull() || !securities)
-        return;
-    const int quoteColumn = plot->securitiesColumn(PriceBased2dPlot::SecCurKotir);
-    const double step =
-        securities->dataPtr(future, plot->securitiesColumn(PriceBased2dPlot::SecPriceStep)).toDouble();
-    const double next = plot->quote() + step * m_random.bounded(-5, 6);
-    if (next <= 0.0)
-        return;
-
-    Record changed = future.clone();
-    changed.setValue(quoteColumn, QVariant::fromValue(decimal::fromDouble(next, 5)));
-    // The plots take the quote from the first of these that holds a value.
-    changed.setValue(plot->securitiesColumn(PriceBased2dPlot::SecCurKotirReal), QVariant());
-    securities->insert(changed);
 }
 
 void DeskWindow::onSecuritiesChanged()

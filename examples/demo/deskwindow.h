@@ -2,7 +2,6 @@
 
 #include <QJsonObject>
 #include <QMainWindow>
-#include <QRandomGenerator>
 
 #include <memory>
 
@@ -62,7 +61,6 @@ private:
     void storeLegends();
     void storeView();
     void scheduleStore();
-    void stepQuote();
     void onSecuritiesChanged();
     void showQuote();
 
@@ -73,8 +71,6 @@ private:
     QAction* m_autoScaleAction = nullptr;
     QAction* m_gridAction = nullptr;
     QLabel* m_quoteLabel = nullptr;
-    QTimer* m_marketTimer = nullptr;
     QTimer* m_storeTimer = nullptr;
-    QRandomGenerator m_random;
     bool m_restoring = false;
 };

@@ -53,6 +53,23 @@ void DeskSettings::setValue(const QString& key, const QVariant& value)
         m_file->setValue(key, value);
 }
 
+bool DeskSettings::range(const QString& key, double* lower, double* upper) const
+{
+    const QVariantList bounds = value(key).toList();
+    bool okLower = false;
+    bool okUpper = false;
+    if (bounds.size() == 2) {
+        *lower = bounds.at(0).toDouble(&okLower);
+        *upper = bounds.at(1).toDouble(&okUpper);
+    }
+    return okLower && okUpper;
+}
+
+void DeskSettings::setRange(const QString& key, double lower, double upper)
+{
+    setValue(key, QVariantList{lower, upper});
+}
+
 bool DeskSettings::save()
 {
     if (m_mode == ReadOnly)

@@ -34,6 +34,9 @@ public:
 
     QVariant value(const QString& key, const QVariant& defaultValue = QVariant()) const;
     void setValue(const QString& key, const QVariant& value);
+    // An axis range as two numbers; false when the key holds none.
+    bool range(const QString& key, double* lower, double* upper) const;
+    void setRange(const QString& key, double lower, double upper);
     // Writes pending changes; false (after the one warning) when the file cannot be written.
     bool save();
 

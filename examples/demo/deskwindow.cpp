@@ -27,15 +27,9 @@
 
 namespace {
 
-const QString PanelGroups[] = {QStringLiteral("pnl"), QStringLiteral("greeks")};
 // Wide enough for the value labels of both plots, so that their price axes line up.
 constexpr int ValueAxisExtent = 64;
 constexpr int StoreDelayMs = 500;
-
-QVariant rangeValue(const QwtInterval& interval)
-{
-    return QVariantList{interval.minValue(), interval.maxValue()};
-}
 
 } // namespace
 
@@ -67,8 +61,8 @@ DeskWindow::DeskWindow(const Options& options, QWidget* parent) : QMainWindow(pa
     splitter->addWidget(greeks);
     splitter->setStretchFactor(0, 3);
     splitter->setStretchFactor(1, 2);
-    addPanel(pnl);
-    addPanel(greeks);
+    addPanel(pnl, QStringLiteral("pnl"));
+    addPanel(greeks, QStringLiteral("greeks"));
     new PriceAxisLink(pnl, greeks, this);
     alignPanels();
 
@@ -96,8 +90,8 @@ DeskWindow::DeskWindow(const Options& options, QWidget* parent) : QMainWindow(pa
     if (!options.stateFile.isEmpty()) {
         auto* dump = new StateDump(
             options.stateFile, [this] { return state(); }, this);
-        dump->watchAxis(PanelGroups[0], pnl);
-        dump->watchAxis(PanelGroups[1], greeks);
+        for (PlotPanel* panel : m_panels)
+            dump->watchAxis(panel->group(), panel->plot());
     }
 }
 
@@ -113,9 +107,9 @@ DeskPlot* DeskWindow::greeksPlot() const
     return m_panels.at(1)->plot();
 }
 
-PlotPanel* DeskWindow::addPanel(DeskPlot* plot)
+PlotPanel* DeskWindow::addPanel(DeskPlot* plot, const QString& group)
 {
-    auto* panel = new PlotPanel(plot, m_options.baseCode);
+    auto* panel = new PlotPanel(plot, m_options.baseCode, group);
     connect(panel, &PlotPanel::legendChanged, this, &DeskWindow::storeLegends);
     connect(plot->axisWidget(QwtPlot::xBottom), &QwtScaleWidget::scaleDivChanged, this,
             &DeskWindow::scheduleStore);
@@ -241,10 +235,8 @@ void DeskWindow::restoreSettings()
     const QByteArray geometry = m_settings->value(QStringLiteral("window/geometry")).toByteArray();
     if (geometry.isEmpty() || !restoreGeometry(geometry))
         resize(m_options.size);
-    for (int i = 0; i < m_panels.size(); ++i) {
-        m_settings->restoreLegend(PanelGroups[i], m_panels.at(i)->legend());
-        m_panels.at(i)->plot()->syncQuoteLabel();
-    }
+    for (PlotPanel* panel : m_panels)
+        panel->restoreLegend(*m_settings);
     m_gridAction->setChecked(m_settings->value(QStringLiteral("view/grid"), false).toBool());
     restoreView();
     m_restoring = false;
@@ -252,23 +244,15 @@ void DeskWindow::restoreSettings()
 
 void DeskWindow::restoreView()
 {
-    const QVariantList x = m_settings->value(QStringLiteral("view/x")).toList();
-    if (x.size() == 2) {
+    double lower = 0.0;
+    double upper = 0.0;
+    if (m_settings->range(QStringLiteral("view/x"), &lower, &upper)) {
         // The other plot follows through the link.
-        pnlPlot()->setAxisScale(QwtPlot::xBottom, x.at(0).toDouble(), x.at(1).toDouble());
+        pnlPlot()->setAxisScale(QwtPlot::xBottom, lower, upper);
         pnlPlot()->updateAxes();
     }
-    for (int i = 0; i < m_panels.size(); ++i) {
-        DeskPlot* plot = m_panels.at(i)->plot();
-        const bool autoScale =
-            m_settings->value(PanelGroups[i] + QStringLiteral("/autoscale"), true).toBool();
-        const QVariantList y = m_settings->value(PanelGroups[i] + QStringLiteral("/y")).toList();
-        plot->setAutoScaleEnabled(autoScale);
-        if (!autoScale && y.size() == 2)
-            plot->setAxisScale(QwtPlot::yLeft, y.at(0).toDouble(), y.at(1).toDouble());
-        plot->updateAxes();
-        plot->updateCurves();
-    }
+    for (PlotPanel* panel : m_panels)
+        panel->restoreView(*m_settings);
     m_autoScaleAction->setChecked(pnlPlot()->autoScaleEnabled());
 }
 
@@ -278,8 +262,8 @@ void DeskWindow::storeLegends()
     // rows of the legends not restored yet.
     if (!m_settings || m_restoring)
         return;
-    for (int i = 0; i < m_panels.size(); ++i)
-        m_settings->storeLegend(PanelGroups[i], m_panels.at(i)->legend());
+    for (const PlotPanel* panel : m_panels)
+        panel->storeLegend(*m_settings);
     // Saved at once: a legend change must survive a kill.
     m_settings->save();
 }
@@ -296,14 +280,10 @@ void DeskWindow::storeView()
         return;
     m_settings->setValue(QStringLiteral("window/geometry"), saveGeometry());
     m_settings->setValue(QStringLiteral("view/grid"), m_gridAction->isChecked());
-    m_settings->setValue(QStringLiteral("view/x"),
-                         rangeValue(pnlPlot()->axisScaleDiv(QwtPlot::xBottom).interval()));
-    for (int i = 0; i < m_panels.size(); ++i) {
-        const DeskPlot* plot = m_panels.at(i)->plot();
-        m_settings->setValue(PanelGroups[i] + QStringLiteral("/autoscale"), plot->autoScaleEnabled());
-        m_settings->setValue(PanelGroups[i] + QStringLiteral("/y"),
-                             rangeValue(plot->axisScaleDiv(QwtPlot::yLeft).interval()));
-    }
+    const QwtInterval x = pnlPlot()->axisScaleDiv(QwtPlot::xBottom).interval();
+    m_settings->setRange(QStringLiteral("view/x"), x.minValue(), x.maxValue());
+    for (const PlotPanel* panel : m_panels)
+        panel->storeView(*m_settings);
     m_settings->save();
 }
 
@@ -336,8 +316,8 @@ QImage DeskWindow::render()
 QJsonObject DeskWindow::state() const
 {
     QJsonObject state;
-    for (int i = 0; i < m_panels.size(); ++i)
-        state.insert(PanelGroups[i], m_panels.at(i)->state());
+    for (const PlotPanel* panel : m_panels)
+        state.insert(panel->group(), panel->state());
     const QPoint topLeft = mapToGlobal(QPoint(0, 0));
     state.insert(QStringLiteral("window"), QJsonArray{topLeft.x(), topLeft.y(), width(), height()});
     state.insert(QStringLiteral("statusQuote"), m_quoteLabel->text());

@@ -53,7 +53,7 @@ protected:
     void moveEvent(QMoveEvent* event) override;
 
 private:
-    PlotPanel* addPanel(DeskPlot* plot);
+    PlotPanel* addPanel(DeskPlot* plot, const QString& group);
     void alignPanels();
     void createToolBar();
     void restoreSettings();

@@ -2,12 +2,14 @@
 
 #include "crosshairreadout.h"
 #include "deskplot.h"
+#include "desksettings.h"
 
 #include <plot2d/pricebased2dplotlegend.h>
 #include <plot2d/pricebased2dplotpicker.h>
 #include <plot2d/pricebased2dplotpointmanager.h>
 
 #include <qwt_legend_label.h>
+#include <qwt_scale_div.h>
 #include <qwt_scale_widget.h>
 
 #include <QCheckBox>
@@ -23,7 +25,8 @@ QJsonArray globalRect(const QWidget* widget)
 
 } // namespace
 
-PlotPanel::PlotPanel(DeskPlot* plot, const QString& baseCode) : QObject(plot), m_plot(plot)
+PlotPanel::PlotPanel(DeskPlot* plot, const QString& baseCode, const QString& group)
+    : QObject(plot), m_plot(plot), m_group(group)
 {
     plot->setBaseCode(baseCode);
 
@@ -59,6 +62,37 @@ void PlotPanel::onLegendChanged()
     m_plot->syncQuoteLabel();
     m_readout->refresh();
     emit legendChanged();
+}
+
+void PlotPanel::storeLegend(DeskSettings& settings) const
+{
+    settings.storeLegend(m_group, m_legend);
+}
+
+void PlotPanel::restoreLegend(const DeskSettings& settings)
+{
+    settings.restoreLegend(m_group, m_legend);
+    m_plot->syncQuoteLabel();
+}
+
+void PlotPanel::storeView(DeskSettings& settings) const
+{
+    const QwtInterval y = m_plot->axisScaleDiv(QwtPlot::yLeft).interval();
+    settings.setValue(m_group + QStringLiteral("/autoscale"), m_plot->autoScaleEnabled());
+    settings.setRange(m_group + QStringLiteral("/y"), y.minValue(), y.maxValue());
+}
+
+void PlotPanel::restoreView(const DeskSettings& settings)
+{
+    const bool autoScale = settings.value(m_group + QStringLiteral("/autoscale"), true).toBool();
+    m_plot->setAutoScaleEnabled(autoScale);
+    double lower = 0.0;
+    double upper = 0.0;
+    // The plot's range setter refuses what it cannot show.
+    if (!autoScale && settings.range(m_group + QStringLiteral("/y"), &lower, &upper))
+        m_plot->setAxisScale(QwtPlot::yLeft, lower, upper);
+    m_plot->updateAxes();
+    m_plot->updateCurves();
 }
 
 QJsonObject PlotPanel::state() const

@@ -1,5 +1,5 @@
 // Drives the real demo window on an Xvfb display with xdotool, and checks the desk by the state it
-// dumps and by the pixels on the screen.
+// dumps (--state-file) and by the pixels on the screen.
 #include "testsupport.h"
 
 #include <QImage>
@@ -15,45 +15,66 @@
 namespace {
 
 constexpr int TimeoutMs = 20000;
+using State = QJsonObject;
 
-QRect rectOf(const QJsonValue& value)
+// A value of the state by its path, "pnl/readout/price".
+QJsonValue at(const State& state, const QString& path)
 {
-    const QJsonArray a = value.toArray();
+    QJsonValue value = state;
+    for (const QString& key : path.split(QLatin1Char('/')))
+        value = value.toObject().value(key);
+    return value;
+}
+
+double number(const State& state, const QString& path)
+{
+    const QJsonValue value = at(state, path);
+    return value.isString() ? value.toString().toDouble() : value.toDouble();
+}
+
+QRect rect(const State& state, const QString& path)
+{
+    const QJsonArray a = at(state, path).toArray();
     return QRect(a.at(0).toInt(), a.at(1).toInt(), a.at(2).toInt(), a.at(3).toInt());
 }
 
-QPoint centreOf(const QRect& rect)
+double span(const State& state, const QString& rangePath)
 {
-    return rect.center();
-}
-
-double span(const QJsonObject& plot, const char* axis)
-{
-    const QJsonArray range = plot.value(QLatin1String(axis)).toArray();
+    const QJsonArray range = at(state, rangePath).toArray();
     return range.at(1).toDouble() - range.at(0).toDouble();
 }
 
-// The price the crosshair must show for a cursor at global x, from the screen columns of the
-// range's ends that the desk reports.
-double priceAt(const QJsonObject& plot, int globalX)
+QStringList strings(const State& state, const QString& path)
 {
-    const QJsonArray x = plot.value(QStringLiteral("x")).toArray();
-    const QJsonArray pixels = plot.value(QStringLiteral("xPixels")).toArray();
+    QStringList list;
+    for (const QJsonValue& value : at(state, path).toArray())
+        list.append(value.toString());
+    return list;
+}
+
+// The price a cursor at global x points at, from the screen columns of the range's ends.
+double priceAt(const State& state, const QString& plot, int globalX)
+{
+    const QJsonArray x = at(state, plot + QStringLiteral("/x")).toArray();
+    const QJsonArray pixels = at(state, plot + QStringLiteral("/xPixels")).toArray();
     const double lower = x.at(0).toDouble();
     const double left = pixels.at(0).toDouble();
     return lower + (globalX - left) * (x.at(1).toDouble() - lower) / (pixels.at(1).toDouble() - left);
 }
 
-QStringList labelsOf(const QJsonObject& plot)
+bool readoutAt(const State& state, const QString& plot, int globalX)
 {
-    QStringList labels;
-    for (const QJsonValue& label : plot.value(QStringLiteral("labels")).toArray())
-        labels.append(label.toString());
-    return labels;
+    return at(state, plot + QStringLiteral("/readout/active")).toBool() &&
+           qAbs(number(state, plot + QStringLiteral("/readout/price")) - priceAt(state, plot, globalX)) < 0.1;
 }
 
-// True when the labels stand at one spacing, but for at most `holes` single labels dropped
-// (the neighbour of the quote label may give way to it).
+bool linked(const State& state)
+{
+    return at(state, QStringLiteral("pnl/x")) == at(state, QStringLiteral("greeks/x"));
+}
+
+// True when the labels stand at one spacing but for at most `holes` single labels dropped (the
+// quote label's neighbour may give way to it).
 bool evenlySpaced(const QStringList& labels, int holes)
 {
     QList<double> gaps;
@@ -71,7 +92,7 @@ bool evenlySpaced(const QStringList& labels, int holes)
     return holes >= 0;
 }
 
-// Red pixels of the screen inside `area`, as the mean column, or -1 when there are none.
+// The mean column of the red pixels of `screen` inside `area`, or -1 when there are none.
 int redColumn(const QImage& screen, const QRect& area)
 {
     long sum = 0;
@@ -107,18 +128,20 @@ private Q_SLOTS:
 private:
     QProcessEnvironment displayEnvironment() const;
     void startDesk();
-    bool xdotool(const QStringList& arguments);
-    void moveMouse(const QPoint& global);
+    // One xdotool command line; arguments are separated by single blanks.
+    bool xdotool(const QString& command);
+    bool moveMouse(const QPoint& global);
+    bool drag(const QPoint& from, const QPoint& by);
     QImage grabScreen();
-    QJsonObject state() const;
-    // Polls the desk's state until `ready` holds; false after the timeout.
-    bool waitFor(const std::function<bool(const QJsonObject&)>& ready, QJsonObject* last = nullptr);
+    State state() const;
+    // Polls the desk's state until `ready` holds; false (and the state logged) after the timeout.
+    bool waitFor(const std::function<bool(const State&)>& ready, State* last = nullptr);
 
     QTemporaryDir m_dir;
     QProcess m_xvfb;
     QProcess m_desk;
     QString m_display;
-    QJsonObject m_beforeClose;
+    State m_beforeClose;
 };
 
 void TestDemoXvfb::initTestCase()
@@ -134,9 +157,8 @@ void TestDemoXvfb::initTestCase()
     QVERIFY(m_dir.isValid());
 
     // Xvfb picks a free display and prints its number.
-    m_xvfb.start(xvfb, {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
-                        QStringLiteral("0"), QStringLiteral("1600x1000x24"), QStringLiteral("-nolisten"),
-                        QStringLiteral("tcp")});
+    m_xvfb.start(xvfb,
+                 QStringLiteral("-displayfd 1 -screen 0 1600x1000x24 -nolisten tcp").split(QLatin1Char(' ')));
     QVERIFY(m_xvfb.waitForStarted());
     QTRY_VERIFY_WITH_TIMEOUT(m_xvfb.canReadLine(), TimeoutMs);
     m_display = QLatin1Char(':') + QString::fromLatin1(m_xvfb.readLine().trimmed());
@@ -166,33 +188,39 @@ QProcessEnvironment TestDemoXvfb::displayEnvironment() const
 void TestDemoXvfb::startDesk()
 {
 #ifdef PLOT2D_DEMO_EXECUTABLE
+    const QString stateFile = m_dir.filePath(QStringLiteral("state.json"));
+    QFile::remove(stateFile);
     m_desk.setProcessEnvironment(displayEnvironment());
     m_desk.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    QFile::remove(m_dir.filePath(QStringLiteral("state.json")));
     m_desk.start(QStringLiteral(PLOT2D_DEMO_EXECUTABLE),
                  {QStringLiteral("--settings"), m_dir.filePath(QStringLiteral("desk.ini")),
-                  QStringLiteral("--state-file"), m_dir.filePath(QStringLiteral("state.json")),
-                  QStringLiteral("--seed"), QStringLiteral("7")});
+                  QStringLiteral("--state-file"), stateFile, QStringLiteral("--seed"), QStringLiteral("7")});
     QVERIFY(m_desk.waitForStarted());
-    QVERIFY2(waitFor([](const QJsonObject& s) {
-                 return !labelsOf(s.value(QStringLiteral("pnl")).toObject()).isEmpty();
-             }),
+    QVERIFY2(waitFor([](const State& s) { return !strings(s, QStringLiteral("pnl/labels")).isEmpty(); }),
              "the desk never showed its price labels");
 #endif
 }
 
-bool TestDemoXvfb::xdotool(const QStringList& arguments)
+bool TestDemoXvfb::xdotool(const QString& command)
 {
     QProcess tool;
     tool.setProcessEnvironment(displayEnvironment());
-    tool.start(QStringLiteral("xdotool"), arguments);
+    tool.start(QStringLiteral("xdotool"), command.split(QLatin1Char(' ')));
     return tool.waitForFinished(TimeoutMs) && tool.exitStatus() == QProcess::NormalExit &&
            tool.exitCode() == 0;
 }
 
-void TestDemoXvfb::moveMouse(const QPoint& global)
+bool TestDemoXvfb::moveMouse(const QPoint& global)
 {
-    QVERIFY(xdotool({QStringLiteral("mousemove"), QString::number(global.x()), QString::number(global.y())}));
+    return xdotool(QStringLiteral("mousemove %1 %2").arg(global.x()).arg(global.y()));
+}
+
+bool TestDemoXvfb::drag(const QPoint& from, const QPoint& by)
+{
+    bool ok = moveMouse(from) && xdotool(QStringLiteral("mousedown 1"));
+    for (int step = 1; step <= 4; ++step)
+        ok = ok && moveMouse(from + by * step / 4);
+    return xdotool(QStringLiteral("mouseup 1")) && ok;
 }
 
 QImage TestDemoXvfb::grabScreen()
@@ -208,15 +236,15 @@ QImage TestDemoXvfb::grabScreen()
     return QImage();
 }
 
-QJsonObject TestDemoXvfb::state() const
+State TestDemoXvfb::state() const
 {
     QFile file(m_dir.filePath(QStringLiteral("state.json")));
-    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
+    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : State();
 }
 
-bool TestDemoXvfb::waitFor(const std::function<bool(const QJsonObject&)>& ready, QJsonObject* last)
+bool TestDemoXvfb::waitFor(const std::function<bool(const State&)>& ready, State* last)
 {
-    QJsonObject current;
+    State current;
     QElapsedTimer timer;
     timer.start();
     while (!ready(current = state())) {
@@ -233,204 +261,129 @@ bool TestDemoXvfb::waitFor(const std::function<bool(const QJsonObject&)>& ready,
 
 void TestDemoXvfb::priceAxisKeepsLabelsAndQuoteLabelFollowsQuote()
 {
-    // The live quote starts at 74.35 and moves every second; each axis must repaint its red label
-    // with every move, not only at the next zoom.
-    QList<double> quotes;
-    QJsonObject s;
+    // The live quote starts at 74.35 and moves every second; each price axis must repaint its red
+    // label with every move, not only at the next zoom.
+    QList<double> quotes{74.35};
+    State s;
     for (int moves = 0; moves < 3; ++moves) {
         QVERIFY(waitFor(
-            [&](const QJsonObject& now) {
-                const double quote =
-                    now.value(QStringLiteral("pnl")).toObject().value(QStringLiteral("quote")).toDouble();
-                const QJsonObject painted = now.value(QStringLiteral("paintedAxisQuote")).toObject();
-                return !quotes.contains(quote) && quote != 74.35 &&
-                       painted.value(QStringLiteral("pnl")).toDouble() == quote &&
-                       painted.value(QStringLiteral("greeks")).toDouble() == quote;
+            [&](const State& now) {
+                const double quote = number(now, QStringLiteral("pnl/quote"));
+                return !quotes.contains(quote) &&
+                       number(now, QStringLiteral("paintedAxisQuote/pnl")) == quote &&
+                       number(now, QStringLiteral("paintedAxisQuote/greeks")) == quote;
             },
             &s));
-        quotes.append(s.value(QStringLiteral("pnl")).toObject().value(QStringLiteral("quote")).toDouble());
+        quotes.append(number(s, QStringLiteral("pnl/quote")));
     }
-    const QJsonObject pnl = s.value(QStringLiteral("pnl")).toObject();
-    QVERIFY2(labelsOf(pnl).size() >= 7 && evenlySpaced(labelsOf(pnl), 1),
-             qPrintable(labelsOf(pnl).join(QLatin1Char(' '))));
-    QCOMPARE(s.value(QStringLiteral("statusQuote")).toString(),
+    const QStringList labels = strings(s, QStringLiteral("pnl/labels"));
+    QVERIFY2(labels.size() >= 7 && evenlySpaced(labels, 1), qPrintable(labels.join(QLatin1Char(' '))));
+    QCOMPARE(at(s, QStringLiteral("statusQuote")).toString(),
              QStringLiteral("Quote %1").arg(quotes.last(), 0, 'f', 2));
 
-    // On screen, the red axis label stands under the red quote line.
+    // On the screen, the red axis label stands under the red quote line.
     const QImage screen = grabScreen();
     QVERIFY(!screen.isNull());
-    const QRect canvas = rectOf(pnl.value(QStringLiteral("canvas")));
+    const QRect canvas = rect(s, QStringLiteral("pnl/canvas"));
     const int line = redColumn(screen, canvas.adjusted(0, canvas.height() / 2, 0, 0));
-    const int label = redColumn(screen, rectOf(pnl.value(QStringLiteral("xScale"))));
+    const int label = redColumn(screen, rect(s, QStringLiteral("pnl/xScale")));
     QVERIFY2(line > 0 && label > 0 && qAbs(line - label) <= 6,
              qPrintable(QStringLiteral("line at %1, label at %2").arg(line).arg(label)));
 }
 
 void TestDemoXvfb::readoutFollowsCursor()
 {
-    const QJsonObject start = state();
-    const QJsonObject pnl = start.value(QStringLiteral("pnl")).toObject();
-    const QRect canvas = rectOf(pnl.value(QStringLiteral("canvas")));
+    const QRect canvas = rect(state(), QStringLiteral("pnl/canvas"));
     for (double at : {0.3, 0.55, 0.8}) {
         const QPoint cursor(canvas.left() + int(at * canvas.width()), canvas.center().y());
-        moveMouse(cursor);
-        QJsonObject s;
-        QVERIFY(waitFor(
-            [&](const QJsonObject& now) {
-                const QJsonObject plot = now.value(QStringLiteral("pnl")).toObject();
-                const QJsonObject readout = plot.value(QStringLiteral("readout")).toObject();
-                return readout.value(QStringLiteral("active")).toBool() &&
-                       qAbs(readout.value(QStringLiteral("price")).toString().toDouble() -
-                            priceAt(plot, cursor.x())) < 0.1;
-            },
-            &s));
-        const QJsonObject values = s.value(QStringLiteral("pnl"))
-                                       .toObject()
-                                       .value(QStringLiteral("readout"))
-                                       .toObject()
-                                       .value(QStringLiteral("values"))
-                                       .toObject();
-        QCOMPARE(values.keys(), (QStringList{QStringLiteral("At expiry"), QStringLiteral("Half time"),
-                                             QStringLiteral("Today")}));
-        QVERIFY(!s.value(QStringLiteral("greeks"))
-                     .toObject()
-                     .value(QStringLiteral("readout"))
-                     .toObject()
-                     .value(QStringLiteral("active"))
-                     .toBool());
+        QVERIFY(moveMouse(cursor));
+        State s;
+        QVERIFY(
+            waitFor([&](const State& now) { return readoutAt(now, QStringLiteral("pnl"), cursor.x()); }, &s));
+        QCOMPARE(
+            ::at(s, QStringLiteral("pnl/readout/values")).toObject().keys(),
+            (QStringList{QStringLiteral("At expiry"), QStringLiteral("Half time"), QStringLiteral("Today")}));
+        QVERIFY(!::at(s, QStringLiteral("greeks/readout/active")).toBool());
     }
 }
 
 void TestDemoXvfb::wheelAndDragMoveBothPriceAxes()
 {
-    const auto linked = [](const QJsonObject& s) {
-        return s.value(QStringLiteral("pnl")).toObject().value(QStringLiteral("x")) ==
-               s.value(QStringLiteral("greeks")).toObject().value(QStringLiteral("x"));
-    };
-    const auto pnlOf = [](const QJsonObject& s) { return s.value(QStringLiteral("pnl")).toObject(); };
-    const auto greeksOf = [](const QJsonObject& s) { return s.value(QStringLiteral("greeks")).toObject(); };
-    QJsonObject before = state();
-    const QRect canvas = rectOf(pnlOf(before).value(QStringLiteral("canvas")));
+    const QString pnlX = QStringLiteral("pnl/x");
+    State before = state();
+    State s;
+    const QPoint centre = rect(before, QStringLiteral("pnl/canvas")).center();
 
     // Wheel in over the P&L canvas: both price axes narrow, the readout follows the new prices.
-    moveMouse(canvas.center());
-    QVERIFY(xdotool({QStringLiteral("click"), QStringLiteral("4")}));
-    QJsonObject s;
+    QVERIFY(moveMouse(centre) && xdotool(QStringLiteral("click 4")));
     QVERIFY(waitFor(
-        [&](const QJsonObject& now) {
-            const QJsonObject readout = pnlOf(now).value(QStringLiteral("readout")).toObject();
-            return span(pnlOf(now), "x") < span(pnlOf(before), "x") && linked(now) &&
-                   qAbs(readout.value(QStringLiteral("price")).toString().toDouble() -
-                        priceAt(pnlOf(now), canvas.center().x())) < 0.1;
+        [&](const State& now) {
+            return span(now, pnlX) < span(before, pnlX) && linked(now) &&
+                   readoutAt(now, QStringLiteral("pnl"), centre.x());
         },
         &s));
 
     // Drag the greeks' canvas to the left: both plots pan to higher prices.
     before = s;
-    const QRect greeks = rectOf(greeksOf(s).value(QStringLiteral("canvas")));
-    const QPoint from = greeks.center();
-    moveMouse(from);
-    QVERIFY(xdotool({QStringLiteral("mousedown"), QStringLiteral("1")}));
-    for (int step = 1; step <= 4; ++step)
-        moveMouse(from - QPoint(25 * step, 0));
-    QVERIFY(xdotool({QStringLiteral("mouseup"), QStringLiteral("1")}));
-    const auto lowerOf = [&](const QJsonObject& state) {
-        return pnlOf(state).value(QStringLiteral("x")).toArray().at(0).toDouble();
-    };
-    QVERIFY(waitFor(
-        [&](const QJsonObject& now) { return lowerOf(now) > lowerOf(before) + 1.0 && linked(now); }, &s));
+    QVERIFY(drag(rect(s, QStringLiteral("greeks/canvas")).center(), QPoint(-100, 0)));
+    const auto lower = [&](const State& state) { return at(state, pnlX).toArray().at(0).toDouble(); };
+    QVERIFY(waitFor([&](const State& now) { return lower(now) > lower(before) + 1.0 && linked(now); }, &s));
 
     // Drag along the P&L price scale to the left: zoom in.
     before = s;
-    const QPoint scale = centreOf(rectOf(pnlOf(s).value(QStringLiteral("xScale"))));
-    moveMouse(scale);
-    QVERIFY(xdotool({QStringLiteral("mousedown"), QStringLiteral("1")}));
-    for (int step = 1; step <= 3; ++step)
-        moveMouse(scale - QPoint(10 * step, 0));
-    QVERIFY(xdotool({QStringLiteral("mouseup"), QStringLiteral("1")}));
-    QVERIFY(waitFor(
-        [&](const QJsonObject& now) {
-            return span(pnlOf(now), "x") < span(pnlOf(before), "x") && linked(now);
-        },
-        &s));
-    QVERIFY2(labelsOf(pnlOf(s)).size() >= 4, qPrintable(labelsOf(pnlOf(s)).join(QLatin1Char(' '))));
+    QVERIFY(drag(rect(s, QStringLiteral("pnl/xScale")).center(), QPoint(-30, 0)));
+    QVERIFY(
+        waitFor([&](const State& now) { return span(now, pnlX) < span(before, pnlX) && linked(now); }, &s));
+    QVERIFY(strings(s, QStringLiteral("pnl/labels")).size() >= 4);
 
     // Wheel out over the price scale.
     before = s;
-    moveMouse(centreOf(rectOf(pnlOf(s).value(QStringLiteral("xScale")))));
-    QVERIFY(xdotool({QStringLiteral("click"), QStringLiteral("5")}));
-    QVERIFY(waitFor(
-        [&](const QJsonObject& now) {
-            return span(pnlOf(now), "x") > span(pnlOf(before), "x") && linked(now);
-        },
-        &s));
+    QVERIFY(moveMouse(rect(s, QStringLiteral("pnl/xScale")).center()) && xdotool(QStringLiteral("click 5")));
+    QVERIFY(
+        waitFor([&](const State& now) { return span(now, pnlX) > span(before, pnlX) && linked(now); }, &s));
 
     // Wheel over the greeks' value scale zooms that axis alone and ends its autoscale.
     before = s;
-    moveMouse(centreOf(rectOf(greeksOf(s).value(QStringLiteral("yScale")))));
-    QVERIFY(xdotool({QStringLiteral("click"), QStringLiteral("4")}));
-    QVERIFY(waitFor(
-        [&](const QJsonObject& now) {
-            return span(greeksOf(now), "y") < span(greeksOf(before), "y") &&
-                   !greeksOf(now).value(QStringLiteral("autoscale")).toBool() &&
-                   pnlOf(now).value(QStringLiteral("x")) == pnlOf(before).value(QStringLiteral("x"));
-        },
-        &s));
+    QVERIFY(moveMouse(rect(s, QStringLiteral("greeks/yScale")).center()) &&
+            xdotool(QStringLiteral("click 4")));
+    QVERIFY(waitFor([&](const State& now) {
+        return span(now, QStringLiteral("greeks/y")) < span(before, QStringLiteral("greeks/y")) &&
+               !at(now, QStringLiteral("greeks/autoscale")).toBool() && at(now, pnlX) == at(before, pnlX);
+    }));
 }
 
 void TestDemoXvfb::legendClicksHideCurvesAndKeepLabels()
 {
-    const QJsonObject s0 = state();
-    const auto boxOf = [](const QJsonObject& s, const char* plot, const char* title) {
-        const QJsonArray box = s.value(QLatin1String(plot))
-                                   .toObject()
-                                   .value(QStringLiteral("legend"))
-                                   .toObject()
-                                   .value(QStringLiteral("checkBoxes"))
-                                   .toObject()
-                                   .value(QLatin1String(title))
-                                   .toArray();
-        return QPoint(box.at(0).toInt(), box.at(1).toInt());
+    const State s0 = state();
+    const auto box = [&](const QString& path) {
+        const QJsonArray a = at(s0, path).toArray();
+        return QPoint(a.at(0).toInt(), a.at(1).toInt());
     };
-    moveMouse(boxOf(s0, "pnl", "Quote"));
-    QVERIFY(xdotool({QStringLiteral("click"), QStringLiteral("1")}));
-    moveMouse(boxOf(s0, "greeks", "Delta"));
-    QVERIFY(xdotool({QStringLiteral("click"), QStringLiteral("1")}));
+    QVERIFY(moveMouse(box(QStringLiteral("pnl/legend/checkBoxes/Quote"))) &&
+            xdotool(QStringLiteral("click 1")));
+    QVERIFY(moveMouse(box(QStringLiteral("greeks/legend/checkBoxes/Delta"))) &&
+            xdotool(QStringLiteral("click 1")));
 
     // With the quote line hidden no quote label competes for room: no label gives way, and the
     // axis shows no red.
-    QJsonObject s;
+    State s;
     QVERIFY(waitFor(
-        [](const QJsonObject& now) {
-            const QJsonObject pnl = now.value(QStringLiteral("pnl")).toObject();
-            return pnl.value(QStringLiteral("legend")).toObject().value(QStringLiteral("unchecked")) ==
-                       QJsonArray{QStringLiteral("Quote")} &&
-                   now.value(QStringLiteral("paintedAxisQuote"))
-                           .toObject()
-                           .value(QStringLiteral("pnl"))
-                           .toDouble() == 0.0 &&
-                   now.value(QStringLiteral("greeks"))
-                           .toObject()
-                           .value(QStringLiteral("legend"))
-                           .toObject()
-                           .value(QStringLiteral("unchecked")) == QJsonArray{QStringLiteral("Delta")};
+        [](const State& now) {
+            return strings(now, QStringLiteral("pnl/legend/unchecked")) ==
+                       QStringList{QStringLiteral("Quote")} &&
+                   strings(now, QStringLiteral("greeks/legend/unchecked")) ==
+                       QStringList{QStringLiteral("Delta")} &&
+                   number(now, QStringLiteral("paintedAxisQuote/pnl")) == 0.0;
         },
         &s));
-    const QJsonObject pnl = s.value(QStringLiteral("pnl")).toObject();
-    QVERIFY2(labelsOf(pnl).size() >= 5 && evenlySpaced(labelsOf(pnl), 0),
-             qPrintable(labelsOf(pnl).join(QLatin1Char(' '))));
-    QCOMPARE(redColumn(grabScreen(), rectOf(pnl.value(QStringLiteral("xScale")))), -1);
+    const QStringList labels = strings(s, QStringLiteral("pnl/labels"));
+    QVERIFY2(labels.size() >= 5 && evenlySpaced(labels, 0), qPrintable(labels.join(QLatin1Char(' '))));
+    QCOMPARE(redColumn(grabScreen(), rect(s, QStringLiteral("pnl/xScale"))), -1);
 
     // The greeks' readout lists the visible curves only.
-    moveMouse(rectOf(s.value(QStringLiteral("greeks")).toObject().value(QStringLiteral("canvas"))).center());
-    QVERIFY(waitFor([](const QJsonObject& now) {
-        return now.value(QStringLiteral("greeks"))
-                   .toObject()
-                   .value(QStringLiteral("readout"))
-                   .toObject()
-                   .value(QStringLiteral("values"))
-                   .toObject()
-                   .keys() ==
+    QVERIFY(moveMouse(rect(s, QStringLiteral("greeks/canvas")).center()));
+    QVERIFY(waitFor([](const State& now) {
+        return at(now, QStringLiteral("greeks/readout/values")).toObject().keys() ==
                QStringList{QStringLiteral("Gamma"), QStringLiteral("Theta"), QStringLiteral("Vega")};
     }));
 }
@@ -439,59 +392,47 @@ void TestDemoXvfb::resizeRelayoutsLabels()
 {
     // The hidden quote keeps the P&L labels still. A resize relayouts them at once: the first
     // state the desk reports at the new size already shows the labels of that size.
-    const QStringList labels = labelsOf(state().value(QStringLiteral("pnl")).toObject());
-    const auto resize = [this](int width, int height) {
-        return xdotool({QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--name"),
-                        QStringLiteral("plot2d desk"), QStringLiteral("windowsize"), QStringLiteral("%1"),
-                        QString::number(width), QString::number(height)});
+    const QStringList labels = strings(state(), QStringLiteral("pnl/labels"));
+    const auto resizedTo = [this](int width, int height, State* s) {
+        // "%1" is xdotool's: the window found.
+        return xdotool(QStringLiteral("search --sync --name desk: windowsize %1 ") + QString::number(width) +
+                       QLatin1Char(' ') + QString::number(height)) &&
+               waitFor(
+                   [width](const State& now) { return rect(now, QStringLiteral("window")).width() == width; },
+                   s);
     };
-    const auto widthIs = [](int width) {
-        return [width](const QJsonObject& now) {
-            return rectOf(now.value(QStringLiteral("window"))).width() == width;
-        };
-    };
-    QJsonObject s;
-    QVERIFY(resize(380, 280));
-    QVERIFY(waitFor(widthIs(380), &s));
-    const QStringList small = labelsOf(s.value(QStringLiteral("pnl")).toObject());
+    State s;
+    QVERIFY(resizedTo(380, 280, &s));
+    const QStringList small = strings(s, QStringLiteral("pnl/labels"));
     QVERIFY2(small.size() >= 2 && small.size() < labels.size(), qPrintable(small.join(QLatin1Char(' '))));
 
-    QVERIFY(resize(1200, 700));
-    QVERIFY(waitFor(widthIs(1200), &s));
-    QCOMPARE(labelsOf(s.value(QStringLiteral("pnl")).toObject()), labels);
+    QVERIFY(resizedTo(1200, 700, &s));
+    QCOMPARE(strings(s, QStringLiteral("pnl/labels")), labels);
     m_beforeClose = s;
 }
 
 void TestDemoXvfb::closeAndRestartRestoreTheDesk()
 {
     // Ctrl+Q closes the window as the user would; the restarted desk is the one that was left.
-    QVERIFY(xdotool({QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--name"),
-                     QStringLiteral("plot2d desk"), QStringLiteral("windowfocus"), QStringLiteral("--sync"),
-                     QStringLiteral("%1")}));
-    QVERIFY(xdotool({QStringLiteral("key"), QStringLiteral("ctrl+q")}));
+    QVERIFY(xdotool(QStringLiteral("search --sync --name desk: windowfocus --sync %1")));
+    QVERIFY(xdotool(QStringLiteral("key ctrl+q")));
     QVERIFY(m_desk.waitForFinished(TimeoutMs));
     QCOMPARE(m_desk.exitCode(), 0);
 
     startDesk();
-    QJsonObject s;
-    const QJsonObject left = m_beforeClose;
+    const State left = m_beforeClose;
+    State s;
     QVERIFY(waitFor(
-        [&](const QJsonObject& now) {
-            for (const QString& plot : {QStringLiteral("pnl"), QStringLiteral("greeks")}) {
-                const QJsonObject was = left.value(plot).toObject();
-                const QJsonObject is = now.value(plot).toObject();
-                if (is.value(QStringLiteral("legend")).toObject().value(QStringLiteral("unchecked")) !=
-                        was.value(QStringLiteral("legend")).toObject().value(QStringLiteral("unchecked")) ||
-                    is.value(QStringLiteral("x")) != was.value(QStringLiteral("x")) ||
-                    is.value(QStringLiteral("autoscale")) != was.value(QStringLiteral("autoscale")))
+        [&](const State& now) {
+            for (const char* path : {"pnl/legend/unchecked", "greeks/legend/unchecked", "pnl/x",
+                                     "pnl/autoscale", "greeks/autoscale", "greeks/y"}) {
+                if (at(now, QLatin1String(path)) != at(left, QLatin1String(path)))
                     return false;
             }
-            return rectOf(now.value(QStringLiteral("window"))).size() ==
-                   rectOf(left.value(QStringLiteral("window"))).size();
+            return rect(now, QStringLiteral("window")).size() == rect(left, QStringLiteral("window")).size();
         },
         &s));
-    QCOMPARE(s.value(QStringLiteral("greeks")).toObject().value(QStringLiteral("y")),
-             left.value(QStringLiteral("greeks")).toObject().value(QStringLiteral("y")));
+    QCOMPARE(strings(s, QStringLiteral("greeks/legend/unchecked")), QStringList{QStringLiteral("Delta")});
 }
 
 PLOT2D_TEST_MAIN(TestDemoXvfb)

@@ -16,7 +16,8 @@ namespace {
 
 constexpr int Padding = 6;
 constexpr int Swatch = 10;
-constexpr int Gap = 12; // between the crosshair and the box
+constexpr int Gap = 12;      // between the crosshair and the box
+constexpr int ValueGap = 16; // between the longest title and the values
 
 } // namespace
 
@@ -87,21 +88,18 @@ int CrosshairReadout::lineX() const
     return qRound(m_plot->transform(QwtPlot::xBottom, price()));
 }
 
-QStringList CrosshairReadout::lines(const QList<Row>& rows) const
-{
-    QStringList text{m_plot->priceFormat().text(price())};
-    for (const Row& row : rows)
-        text.append(QStringLiteral("%1  %2").arg(row.title, row.value));
-    return text;
-}
-
-QRect CrosshairReadout::boxRect(const QStringList& lines) const
+QRect CrosshairReadout::boxRect(const QList<Row>& rows) const
 {
     const QFontMetrics metrics(font());
-    int width = 0;
-    for (const QString& line : lines)
-        width = qMax(width, metrics.horizontalAdvance(line));
-    const QSize size(width + Swatch + 3 * Padding, lines.size() * metrics.height() + 2 * Padding);
+    int titles = 0;
+    int values = 0;
+    for (const Row& row : rows) {
+        titles = qMax(titles, metrics.horizontalAdvance(row.title));
+        values = qMax(values, metrics.horizontalAdvance(row.value));
+    }
+    const int heading = metrics.horizontalAdvance(m_plot->priceFormat().text(price()));
+    const int width = qMax(heading, Swatch + Padding + titles + ValueGap + values) + 2 * Padding;
+    const QSize size(width, (rows.size() + 1) * metrics.height() + 2 * Padding);
     // Right of the crosshair unless it would leave the canvas.
     const int x = lineX();
     const int left = x + Gap + size.width() <= this->width() ? x + Gap : x - Gap - size.width();
@@ -112,7 +110,7 @@ QRegion CrosshairReadout::maskHint() const
 {
     if (!m_active)
         return QRegion();
-    const QRect box = boxRect(lines(rows()));
+    const QRect box = boxRect(rows());
     return QRegion(lineX() - 1, 0, 3, height()) + QRegion(box.adjusted(-1, -1, 1, 1));
 }
 
@@ -124,20 +122,22 @@ void CrosshairReadout::drawOverlay(QPainter* painter) const
     painter->drawLine(lineX(), 0, lineX(), height());
 
     const QList<Row> values = rows();
-    const QStringList text = lines(values);
-    const QRect box = boxRect(text);
+    const QRect box = boxRect(values);
     painter->setPen(QColor(120, 120, 120));
     painter->setBrush(QColor(255, 255, 255, 235));
     painter->drawRect(box.adjusted(0, 0, -1, -1));
 
+    // The price, then per curve its colour, title and value, the values aligned on the right.
     const QFontMetrics metrics(font());
-    const int x = box.left() + Padding;
-    int y = box.top() + Padding;
+    const QRect text = box.adjusted(Padding, Padding, -Padding, -Padding);
+    QRect line(text.topLeft(), QSize(text.width(), metrics.height()));
     painter->setPen(Qt::black);
-    painter->drawText(QPoint(x, y + metrics.ascent()), text.first());
-    for (int i = 0; i < values.size(); ++i) {
-        y += metrics.height();
-        painter->fillRect(QRect(x, y + (metrics.height() - Swatch) / 2, Swatch, Swatch), values.at(i).color);
-        painter->drawText(QPoint(x + Swatch + Padding, y + metrics.ascent()), text.at(i + 1));
+    painter->drawText(line, Qt::AlignLeft | Qt::AlignVCenter, m_plot->priceFormat().text(price()));
+    for (const Row& row : values) {
+        line.translate(0, metrics.height());
+        painter->fillRect(QRect(line.left(), line.center().y() - Swatch / 2, Swatch, Swatch), row.color);
+        painter->drawText(line.adjusted(Swatch + Padding, 0, 0, 0), Qt::AlignLeft | Qt::AlignVCenter,
+                          row.title);
+        painter->drawText(line, Qt::AlignRight | Qt::AlignVCenter, row.value);
     }
 }

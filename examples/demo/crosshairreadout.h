@@ -36,9 +36,8 @@ protected:
 
 private:
     int lineX() const;
-    // The price heading, then one "title  value" line per row.
-    QStringList lines(const QList<Row>& rows) const;
-    QRect boxRect(const QStringList& lines) const;
+    // The box: the price on its first line, then one line per row.
+    QRect boxRect(const QList<Row>& rows) const;
 
     DeskPlot* m_plot;
     QPoint m_cursor;

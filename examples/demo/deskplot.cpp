@@ -8,6 +8,7 @@
 #include <qwt_plot_grid.h>
 #include <qwt_scale_div.h>
 
+#include <QEvent>
 #include <QJsonArray>
 #include <QPen>
 
@@ -148,6 +149,16 @@ void DeskPlot::resetView()
     // recomputes in updateAxes().
     updateAxes();
     updateCurves();
+}
+
+bool DeskPlot::event(QEvent* event)
+{
+    const bool handled = PriceBased2dPlot::event(event);
+    // A relayout that moves the scales' ends (new end labels) changes the canvas maps without
+    // resizing the canvas, which then keeps a picture drawn with the old maps.
+    if (event->type() == QEvent::LayoutRequest)
+        replot();
+    return handled;
 }
 
 void DeskPlot::resizeEvent(QResizeEvent* event)

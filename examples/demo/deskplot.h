@@ -61,6 +61,7 @@ public:
     QJsonObject state() const;
 
 protected:
+    bool event(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     PriceBased2dPlotCurve* addCurve(int type, const QString& title, const QColor& color,
                                     Qt::PenStyle style = Qt::SolidLine);

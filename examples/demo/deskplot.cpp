@@ -7,10 +7,12 @@
 
 #include <qwt_plot_grid.h>
 #include <qwt_scale_div.h>
+#include <qwt_scale_widget.h>
 
 #include <QEvent>
 #include <QJsonArray>
 #include <QPen>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -151,14 +153,22 @@ void DeskPlot::resetView()
     updateCurves();
 }
 
-bool DeskPlot::event(QEvent* event)
+bool DeskPlot::eventFilter(QObject* watched, QEvent* event)
 {
-    const bool handled = PriceBased2dPlot::event(event);
-    // A relayout that moves the scales' ends (new end labels) changes the canvas maps without
-    // resizing the canvas, which then keeps a picture drawn with the old maps.
-    if (event->type() == QEvent::LayoutRequest)
-        replot();
-    return handled;
+    const bool relabel = watched == axisWidget(QwtPlot::xBottom) && event->type() == QEvent::Paint &&
+                         !xScaleDraw()->axisPainted();
+    const bool result = PriceBased2dPlot::eventFilter(watched, event);
+    // The base class lays the price labels out at this paint. New end labels move the scale's ends
+    // and with them the canvas map, but the canvas keeps the picture drawn with the old map: draw
+    // it again once the relayout is done.
+    if (relabel && !m_replotPending) {
+        m_replotPending = true;
+        QTimer::singleShot(0, this, [this] {
+            m_replotPending = false;
+            replot();
+        });
+    }
+    return result;
 }
 
 void DeskPlot::resizeEvent(QResizeEvent* event)

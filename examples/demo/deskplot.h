@@ -60,8 +60,9 @@ public:
     // Axis ranges, labels and the quote as last painted, for the desk's state dump.
     QJsonObject state() const;
 
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 protected:
-    bool event(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     PriceBased2dPlotCurve* addCurve(int type, const QString& title, const QColor& color,
                                     Qt::PenStyle style = Qt::SolidLine);
@@ -85,4 +86,5 @@ private:
     double m_years = 0.0;
     double m_volatility = 0.0;
     PriceFormat m_priceFormat;
+    bool m_replotPending = false;
 };

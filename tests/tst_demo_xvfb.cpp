@@ -109,6 +109,24 @@ int redColumn(const QImage& screen, const QRect& area)
     return count == 0 ? -1 : int(sum / count);
 }
 
+// Columns of `area` that the grid's major lines cover over most of its height.
+QList<int> gridColumns(const QImage& screen, const QRect& area)
+{
+    QList<int> columns;
+    for (int x = area.left(); x <= area.right(); ++x) {
+        int grid = 0;
+        for (int y = area.top(); y <= area.bottom(); ++y) {
+            const QRgb pixel = screen.pixel(x, y);
+            grid += qAbs(qRed(pixel) - 0xb2) + qAbs(qGreen(pixel) - 0xbe) + qAbs(qBlue(pixel) - 0xb5) < 24
+                        ? 1
+                        : 0;
+        }
+        if (grid > area.height() / 2)
+            columns.append(x);
+    }
+    return columns;
+}
+
 } // namespace
 
 class TestDemoXvfb : public QObject
@@ -433,6 +451,12 @@ void TestDemoXvfb::closeAndRestartRestoreTheDesk()
         },
         &s));
     QCOMPARE(strings(s, QStringLiteral("greeks/legend/unchecked")), QStringList{QStringLiteral("Delta")});
+
+    // On the screen both canvases show their grid at the same columns: the panels line up.
+    const QImage screen = grabScreen();
+    const QList<int> pnl = gridColumns(screen, rect(s, QStringLiteral("pnl/canvas")));
+    QVERIFY(pnl.size() >= 5);
+    QCOMPARE(gridColumns(screen, rect(s, QStringLiteral("greeks/canvas"))), pnl);
 }
 
 PLOT2D_TEST_MAIN(TestDemoXvfb)

@@ -14,6 +14,8 @@ packages=(
   clang libclang-rt-14-dev
   # The docs target (Doxygen over the public headers, warnings as errors).
   doxygen
+  # Demo screenshots and checks; the window drive test moves the mouse with xdotool.
+  xvfb xdotool
 )
 
 case "${1:-}" in

@@ -13,6 +13,7 @@ private Q_SLOTS:
     void matchesTextbookValues();
     void keepsPutCallParity();
     void expiredOptionsAreWorthTheirIntrinsicValue();
+    void thetaIsTheValueLostAsTimePasses();
 };
 
 void TestBlack76::matchesTextbookValues_data()
@@ -80,6 +81,27 @@ void TestBlack76::expiredOptionsAreWorthTheirIntrinsicValue()
     QCOMPARE(Black76::delta(call), 1.0);
     QCOMPARE(Black76::delta(put), 0.0);
     QCOMPARE(Black76::gamma(call), 0.0);
+}
+
+void TestBlack76::thetaIsTheValueLostAsTimePasses()
+{
+    // Against a central difference of the price over the time left, with discounting on.
+    for (OptionType type : {OptionType::Call, OptionType::Put}) {
+        for (double futures : {60.0, 75.0, 90.0}) {
+            Black76::Inputs in{type, futures, 75.0, 0.2, 0.35, 0.04};
+            const double h = 1e-5;
+            Black76::Inputs later = in;
+            later.years -= h;
+            Black76::Inputs earlier = in;
+            earlier.years += h;
+            const double expected = (Black76::price(later) - Black76::price(earlier)) / (2.0 * h);
+            QVERIFY2(qAbs(Black76::theta(in) - expected) < 1e-5,
+                     qPrintable(QString::number(Black76::theta(in))));
+            QVERIFY(Black76::theta(in) < 0.0);
+        }
+    }
+    const Black76::Inputs expired{OptionType::Call, 80.0, 75.0, 0.0, 0.3, 0.05};
+    QCOMPARE(Black76::theta(expired), 0.0);
 }
 
 PLOT2D_TEST_MAIN(TestBlack76)

@@ -92,4 +92,14 @@ double vega(const Inputs& in)
     return discount(in) * in.futures * normalPdf(d.d1) * std::sqrt(in.years);
 }
 
+double theta(const Inputs& in)
+{
+    if (degenerate(in))
+        return 0.0;
+    const D d = terms(in);
+    const double decay =
+        -discount(in) * in.futures * normalPdf(d.d1) * in.volatility / (2.0 * std::sqrt(in.years));
+    return decay + in.rate * price(in);
+}
+
 } // namespace Black76

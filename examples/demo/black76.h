@@ -22,7 +22,8 @@ struct Inputs
 double price(const Inputs& in);
 double delta(const Inputs& in);
 double gamma(const Inputs& in);
-double vega(const Inputs& in); // per 1.00 of volatility
+double vega(const Inputs& in);  // per 1.00 of volatility
+double theta(const Inputs& in); // per year of calendar time, the value's change as time passes
 
 double normalCdf(double x);
 double normalPdf(double x);

@@ -6,25 +6,24 @@
 #include <plot2d/pricebased2dplotscaledraw.h>
 
 #include <qwt_plot_grid.h>
-#include <qwt_symbol.h>
+#include <qwt_scale_div.h>
+#include <qwt_scale_widget.h>
 
+#include <QEvent>
+#include <QJsonArray>
 #include <QPen>
+#include <QTimer>
 
-#include <cmath>
-#include <functional>
+#include <algorithm>
 
 namespace {
 
 constexpr double MillisecondsPerYear = 365.0 * 24 * 3600 * 1000;
 const QSize LegendIconSize(24, 10);
 
-QVector<QPointF> samplesOf(const QList<double>& prices, const std::function<double(double)>& valueAt)
+QJsonArray rangeOf(const QwtScaleDiv& div)
 {
-    QVector<QPointF> samples;
-    samples.reserve(prices.size());
-    for (double price : prices)
-        samples.append(QPointF(price, valueAt(price)));
-    return samples;
+    return QJsonArray{div.lowerBound(), div.upperBound()};
 }
 
 } // namespace
@@ -33,49 +32,34 @@ DeskPlot::DeskPlot(const Portfolio& portfolio, QWidget* parent)
     : PriceBased2dPlot(true, parent), m_portfolio(portfolio)
 {
     setCanvasBackground(Qt::white);
-    setAxisTitle(QwtPlot::xBottom, tr("Futures price"));
-    setAxisTitle(QwtPlot::yLeft, tr("Profit and loss per contract"));
     auto* grid = new QwtPlotGrid;
     grid->attach(this);
     setGridEnabled(false);
-
-    addCurve(ValueAtExpiry, tr("At expiry"), QColor(QStringLiteral("#1f4e9c")));
-    addCurve(ValueToday, tr("Today"), QColor(QStringLiteral("#1b7f3b")));
-    addCurve(ValueHalfTime, tr("Half time"), QColor(QStringLiteral("#d9822b")));
-    PriceBased2dPlotCurve* delta = addCurve(Delta, tr("Delta"), QColor(QStringLiteral("#7b3f9e")));
-    QPen dashed = delta->pen();
-    dashed.setStyle(Qt::DashLine);
-    delta->setPen(dashed);
-    addStrikesHeld();
-    addQuoteLine();
-    setCurKotirEnabled(true);
 }
 
-PriceBased2dPlotCurve* DeskPlot::addCurve(CurveType type, const QString& title, const QColor& color)
+QList<PriceBased2dPlotCurve*> DeskPlot::valueCurves() const
+{
+    QList<PriceBased2dPlotCurve*> curves;
+    for (auto it = m_curves.cbegin(); it != m_curves.cend(); ++it) {
+        if (it.key() >= FirstValue && it.key() <= LastValue)
+            curves.append(it.value());
+    }
+    return curves;
+}
+
+PriceBased2dPlotCurve* DeskPlot::addCurve(int type, const QString& title, const QColor& color,
+                                          Qt::PenStyle style)
 {
     auto* curve = new PriceBased2dPlotCurve(this, title);
     curve->setDataType(type);
     curve->setStyle(QwtPlotCurve::Lines);
-    curve->setPen(QPen(color, 2.0));
+    curve->setPen(QPen(color, 2.0, style));
     curve->setRenderHint(QwtPlotItem::RenderAntialiased, true);
     curve->setLegendAttribute(QwtPlotCurve::LegendShowLine, true);
     curve->setLegendIconSize(LegendIconSize);
     curve->attach(this);
     m_curves.insert(type, curve);
     return curve;
-}
-
-void DeskPlot::addStrikesHeld()
-{
-    auto* curve = new PriceBased2dPlotCurve(this, tr("Strikes held"));
-    curve->setDataType(StrikesHeld);
-    curve->setStyle(QwtPlotCurve::Dots);
-    const QColor color(QStringLiteral("#1b7f3b"));
-    curve->setPen(QPen(color, 1.0));
-    curve->setSymbol(new QwtSymbol(QwtSymbol::Rect, QBrush(color), QPen(color, 1.0), QSize(7, 7)));
-    curve->setLegendAttribute(QwtPlotCurve::LegendShowSymbol, true);
-    curve->attach(this);
-    m_curves.insert(StrikesHeld, curve);
 }
 
 void DeskPlot::addQuoteLine()
@@ -90,11 +74,13 @@ void DeskPlot::addQuoteLine()
     line->setSamples(QVector<QPointF>{{0.0, 0.0}, {0.0, 1.0}});
     line->attach(this);
     m_curves.insert(QuoteLine, line);
+    setCurKotirEnabled(true);
 }
 
-void DeskPlot::setPointManager(PriceBased2dPlotPointManager* manager)
+double DeskPlot::volatility()
 {
-    m_manager = manager;
+    const std::pair<double, double> bounds = volatMinMax(getFuture());
+    return 0.5 * (bounds.first + bounds.second);
 }
 
 double DeskPlot::yearsToExpiry() const
@@ -107,53 +93,53 @@ double DeskPlot::yearsToExpiry() const
     return std::max(0.0, (m_portfolio.expiry() - now) / MillisecondsPerYear);
 }
 
-void DeskPlot::updateQuote()
+PriceFormat DeskPlot::futuresPriceFormat() const
 {
-    m_quote = getKotirFromFutureRecord(getFuture()).toDouble();
-    setCurKotirValue(m_quote);
+    const Record future = getFuture();
+    if (future.isNull())
+        return PriceFormat();
+    return PriceFormat(securitiesTable()->dataPtr(future, securitiesColumn(SecPriceStep)).toDouble());
 }
 
 void DeskPlot::updateCurves()
 {
-    updateQuote();
+    m_quote = getKotirFromFutureRecord(getFuture()).toDouble();
+    m_years = yearsToExpiry();
+    m_volatility = volatility();
+    m_priceFormat = futuresPriceFormat();
     const QList<double> prices = m_manager ? m_manager->calcPlotPoints(false) : QList<double>();
-    if (prices.isEmpty()) {
-        replot();
-        return;
+    if (!prices.isEmpty()) {
+        setValueSamples(prices);
+        updateExtraCurves();
     }
-    const std::pair<double, double> bounds = volatMinMax(getFuture());
-    const double volatility = 0.5 * (bounds.first + bounds.second);
-    setValueSamples(prices, volatility);
-    setStrikeSamples(volatility);
     updateCurKotirPoints(0.0, 0.0, m_quote);
+    syncQuoteLabel();
     updateYAxisScale();
 }
 
-void DeskPlot::setValueSamples(const QList<double>& prices, double volatility)
+void DeskPlot::setValueSamples(const QList<double>& prices)
 {
-    const double years = yearsToExpiry();
-    const Portfolio& book = m_portfolio;
-    m_curves[ValueAtExpiry]->setSamples(
-        samplesOf(prices, [&](double f) { return book.value(f, 0.0, volatility); }));
-    m_curves[ValueToday]->setSamples(
-        samplesOf(prices, [&](double f) { return book.value(f, years, volatility); }));
-    m_curves[ValueHalfTime]->setSamples(
-        samplesOf(prices, [&](double f) { return book.value(f, 0.5 * years, volatility); }));
-    m_curves[Delta]->setSamples(
-        samplesOf(prices, [&](double f) { return book.delta(f, years, volatility); }));
+    for (PriceBased2dPlotCurve* curve : valueCurves()) {
+        QVector<QPointF> samples;
+        samples.reserve(prices.size());
+        for (double price : prices)
+            samples.append(QPointF(price, valueAt(curve->dataType(), price)));
+        curve->setSamples(samples);
+    }
 }
 
-void DeskPlot::setStrikeSamples(double volatility)
+void DeskPlot::syncQuoteLabel()
 {
-    const double years = yearsToExpiry();
-    QVector<PriceBased2dPlotPoint> points;
-    for (double strike : m_portfolio.strikes()) {
-        PriceBased2dPlotPoint point;
-        point.point = QPointF(strike, m_portfolio.value(strike, years, volatility));
-        point.isMarker = true;
-        points.append(point);
-    }
-    m_curves[StrikesHeld]->setMarkerSamples(points);
+    // A hidden quote line must not take part in the label thinning: the axis quote stays at zero
+    // until the line is shown again.
+    const PriceBased2dPlotCurve* line = curve(QuoteLine);
+    const double axisQuote = line && line->isVisible() ? m_quote : 0.0;
+    if (axisQuote == m_axisQuote)
+        return;
+    m_axisQuote = axisQuote;
+    setCurKotirValue(axisQuote);
+    // The quote label is redrawn only with the axis widget, which a replot leaves alone.
+    updateAxisWidgets();
 }
 
 void DeskPlot::resetView()
@@ -165,4 +151,52 @@ void DeskPlot::resetView()
     // recomputes in updateAxes().
     updateAxes();
     updateCurves();
+}
+
+bool DeskPlot::eventFilter(QObject* watched, QEvent* event)
+{
+    const bool relabel = watched == axisWidget(QwtPlot::xBottom) && event->type() == QEvent::Paint &&
+                         !xScaleDraw()->axisPainted();
+    const bool result = PriceBased2dPlot::eventFilter(watched, event);
+    // The base class lays the price labels out at this paint. New end labels move the scale's ends
+    // and with them the canvas map, but the canvas keeps the picture drawn with the old map: draw
+    // it again once the relayout is done.
+    if (relabel && !m_replotPending) {
+        m_replotPending = true;
+        QTimer::singleShot(0, this, [this] {
+            m_replotPending = false;
+            replot();
+        });
+    }
+    return result;
+}
+
+void DeskPlot::resizeEvent(QResizeEvent* event)
+{
+    PriceBased2dPlot::resizeEvent(event);
+    // Labels are thinned for one axis length; after a resize they must be thinned anew.
+    updateScaleLabels();
+}
+
+QJsonObject DeskPlot::state() const
+{
+    QJsonArray labels;
+    const PriceFormat format = priceFormat();
+    for (double label : xScaleDraw()->labels())
+        labels.append(format.text(label));
+    const PriceBased2dPlotCurve* line = curve(QuoteLine);
+    QJsonObject state;
+    const QwtScaleDiv& x = axisScaleDiv(QwtPlot::xBottom);
+    state.insert(QStringLiteral("x"), rangeOf(x));
+    // Screen columns of the two ends of the price range.
+    const int left = canvas()->mapToGlobal(QPoint(0, 0)).x();
+    state.insert(QStringLiteral("xPixels"), QJsonArray{left + transform(QwtPlot::xBottom, x.lowerBound()),
+                                                       left + transform(QwtPlot::xBottom, x.upperBound())});
+    state.insert(QStringLiteral("y"), rangeOf(axisScaleDiv(QwtPlot::yLeft)));
+    state.insert(QStringLiteral("autoscale"), autoScaleEnabled());
+    state.insert(QStringLiteral("labels"), labels);
+    state.insert(QStringLiteral("quote"), m_quote);
+    state.insert(QStringLiteral("axisQuote"), xScaleDraw()->curKotir());
+    state.insert(QStringLiteral("quoteLineVisible"), line && line->isVisible());
+    return state;
 }

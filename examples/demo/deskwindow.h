@@ -1,17 +1,20 @@
 #pragma once
 
+#include <QJsonObject>
 #include <QMainWindow>
-#include <QRandomGenerator>
 
+#include <memory>
+
+class DeskHeader;
 class DeskPlot;
-class PriceBased2dPlotLegend;
-class PriceBased2dPlotPicker;
-class PriceBased2dPlotPointManager;
+class DeskSettings;
+class PlotPanel;
 class QAction;
 class QLabel;
 class QTimer;
 
-// The options desk: the plot with its legend, tracker and tool bar, and a live futures quote.
+// The options desk: the P&L plot over the greeks plot, their price axes linked, a header line, a
+// tool bar, the live futures quote, and the settings that bring the desk back as it was left.
 class DeskWindow : public QMainWindow
 {
     Q_OBJECT
@@ -20,42 +23,54 @@ public:
     struct Options
     {
         QString baseCode = QStringLiteral("BR");
-        QString settingsPath; // INI file of the legend state
-        bool live = true;     // move the quote on a timer
-        quint32 seed = 1;     // the quote's random walk
+        QString settingsPath; // INI file of the desk's state; none when empty
+        bool writeSettings = true;
+        bool live = true; // move the quote on a timer
+        quint32 seed = 1; // the quote's random walk
         int tickMs = 1000;
-        QStringList uncheck; // legend rows to untick after the start
+        QString stateFile;     // JSON dump of the state for scripts; none when empty
+        QSize size{1200, 700}; // unless the settings hold a geometry
     };
 
     explicit DeskWindow(const Options& options, QWidget* parent = nullptr);
     ~DeskWindow() override;
 
-    DeskPlot* plot() const { return m_plot; }
-    PriceBased2dPlotLegend* legend() const { return m_legend; }
-    // Writes the legend state to the settings file.
-    void storeSettings() const;
+    DeskPlot* pnlPlot() const;
+    DeskPlot* greeksPlot() const;
+    QList<PlotPanel*> panels() const { return m_panels; }
+
+    // Unticks the named legend rows; returns the names no legend has.
+    QStringList uncheck(const QStringList& titles);
+    QStringList uncheckedItems() const;
+    void setWarnings(const QStringList& warnings);
+    // Lays the window out at its size and paints it, labels included.
+    QImage render();
+    QJsonObject state() const;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
-    bool eventFilter(QObject* watched, QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
 
 private:
+    PlotPanel* addPanel(DeskPlot* plot, const QString& group);
+    void alignPanels();
     void createToolBar();
     void restoreSettings();
-    void onPriceIntervalChanged();
+    void restoreView();
+    void storeLegends();
+    void storeView();
+    void scheduleStore();
     void onSecuritiesChanged();
-    void stepQuote();
-    void track(const QPoint& canvasPos);
     void showQuote();
 
     Options m_options;
-    DeskPlot* m_plot = nullptr;
-    PriceBased2dPlotPointManager* m_manager = nullptr;
-    PriceBased2dPlotLegend* m_legend = nullptr;
-    PriceBased2dPlotPicker* m_picker = nullptr;
+    std::unique_ptr<DeskSettings> m_settings;
+    QList<PlotPanel*> m_panels;
+    DeskHeader* m_header = nullptr;
     QAction* m_autoScaleAction = nullptr;
+    QAction* m_gridAction = nullptr;
     QLabel* m_quoteLabel = nullptr;
-    QTimer* m_marketTimer = nullptr;
-    QRandomGenerator m_random;
-    bool m_stored = false;
+    QTimer* m_storeTimer = nullptr;
+    bool m_restoring = false;
 };

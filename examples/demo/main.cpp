@@ -1,20 +1,18 @@
 // plot2d-demo: an options desk on one futures contract, built on the library's public API.
+#include "commandline.h"
 #include "deskplot.h"
 #include "deskwindow.h"
+#include "marketcheck.h"
 
 #include <plot2d/platform.h>
-#include <plot2d/pricebased2dplotlegend.h>
 
 #include <QApplication>
-#include <QCommandLineParser>
 #include <QDir>
 #include <QFileInfo>
 #include <QImage>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTextStream>
-
-#include <cstdio>
-#include <cstdlib>
 
 namespace {
 
@@ -24,13 +22,40 @@ QTextStream& err()
     return stream;
 }
 
-bool wantsScreenshot(int argc, char* argv[])
+void setIdentity()
 {
-    for (int i = 1; i < argc; ++i) {
-        if (qstrcmp(argv[i], "--screenshot") == 0 || qstrcmp(argv[i], "--print-legend-state") == 0)
-            return true;
-    }
+    QCoreApplication::setApplicationName(QStringLiteral("plot2d-demo"));
+    QCoreApplication::setOrganizationName(QStringLiteral("plot2d"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(PLOT2D_DEMO_VERSION));
+}
+
+// Parsing runs before any GUI exists, so --help works without a display.
+bool parseArguments(int argc, char* argv[], CommandLine* commandLine)
+{
+    QCoreApplication core(argc, argv);
+    setIdentity();
+    if (commandLine->parse(QCoreApplication::arguments()))
+        return true;
+    QTextStream(stdout) << commandLine->output();
+    err() << commandLine->error();
+    err().flush();
     return false;
+}
+
+// Why the GUI could not start here, or empty: Qt's platform plugin aborts without a display.
+QString displayProblem()
+{
+    if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        return QString();
+    const QString display = qEnvironmentVariable("DISPLAY");
+    if (display.isEmpty())
+        return QStringLiteral("DISPLAY is not set");
+    // A local display is a socket; a remote one is left to the plugin.
+    const QRegularExpressionMatch local =
+        QRegularExpression(QStringLiteral("^(?:unix)?:(\\d+)(?:\\.\\d+)?$")).match(display);
+    if (local.hasMatch() && !QFileInfo::exists(QStringLiteral("/tmp/.X11-unix/X") + local.captured(1)))
+        return QStringLiteral("no X server on DISPLAY %1").arg(display);
+    return QString();
 }
 
 QString defaultDataDir()
@@ -49,131 +74,106 @@ QString defaultDataDir()
 
 QString defaultSettingsPath()
 {
-    const QString dir = QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
-    QDir().mkpath(dir);
-    return dir + QStringLiteral("/desk.ini");
+    return QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) + QStringLiteral("/desk.ini");
 }
 
-// Loads boards.csv and securities.csv of `dir`; the loader's message names file, line and column.
+// Loads boards.csv and securities.csv of `dir` and checks that the plot can bind the securities.
 bool loadMarketData(const QString& dir, QString* error)
 {
     DataStore* store = ICore::instance()->dataStore();
     const QDir data(dir);
+    const QString securities = data.filePath(QStringLiteral("securities.csv"));
     return store->loadCsv(QStringLiteral("boards"), data.filePath(QStringLiteral("boards.csv")), error) &&
-           store->loadCsv(QStringLiteral("securities"), data.filePath(QStringLiteral("securities.csv")),
-                          error);
+           store->loadCsv(QStringLiteral("securities"), securities, error) &&
+           MarketCheck(securities).checkColumns(store->table(QStringLiteral("securities")), error);
 }
 
-bool parseSize(const QString& text, QSize* size)
+// Fatal findings end the run; the others are shown over the plots.
+bool checkFuture(DeskWindow& window, const QString& securities)
 {
-    const QStringList parts = text.split(QLatin1Char('x'));
-    bool okWidth = false;
-    bool okHeight = false;
-    if (parts.size() == 2)
-        *size = QSize(parts.at(0).toInt(&okWidth), parts.at(1).toInt(&okHeight));
-    return okWidth && okHeight && size->width() > 0 && size->height() > 0;
+    QStringList warnings;
+    for (const MarketCheck::Finding& finding : MarketCheck(securities).checkFuture(window.pnlPlot())) {
+        if (finding.fatal) {
+            err() << "plot2d-demo: bad market data: " << finding.message << '\n';
+            return false;
+        }
+        err() << "plot2d-demo: warning: " << finding.message << '\n';
+        warnings.append(finding.message);
+    }
+    window.setWarnings(warnings);
+    return true;
 }
 
-// Lays the window out and paints it twice: the axis labels are computed at the first paint.
-QImage render(DeskWindow& window)
+int renderScreenshot(DeskWindow& window, const QString& file)
 {
-    window.show();
-    QCoreApplication::processEvents();
-    window.grab();
-    window.plot()->updateScaleLabels();
-    QCoreApplication::processEvents();
-    return window.grab().toImage();
+    if (!window.render().save(file, "PNG")) {
+        err() << "plot2d-demo: cannot write " << file << '\n';
+        return CommandLine::Failure;
+    }
+    return CommandLine::Success;
 }
 
 } // namespace
 
 int main(int argc, char* argv[])
 {
-    // Headless runs need no display.
-    if (wantsScreenshot(argc, argv) && qEnvironmentVariableIsEmpty("DISPLAY") &&
-        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+    CommandLine commandLine;
+    if (!parseArguments(argc, argv, &commandLine))
+        return commandLine.exitCode();
+
+    const QString problem = displayProblem();
+    if (!problem.isEmpty()) {
+        if (!commandLine.headless()) {
+            err() << "plot2d-demo: no display (" << problem
+                  << "); render the desk with --screenshot FILE.png\n";
+            return CommandLine::Failure;
+        }
         qputenv("QT_QPA_PLATFORM", "offscreen");
-
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("plot2d-demo"));
-    QApplication::setOrganizationName(QStringLiteral("plot2d"));
-
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("An options desk built on plot2d."));
-    parser.addHelpOption();
-    const QCommandLineOption dataOption(QStringLiteral("data"),
-                                        QStringLiteral("Load securities.csv and boards.csv from DIR."),
-                                        QStringLiteral("DIR"));
-    const QCommandLineOption baseOption(QStringLiteral("base-code"),
-                                        QStringLiteral("Base code of the futures (default BR)."),
-                                        QStringLiteral("CODE"), QStringLiteral("BR"));
-    const QCommandLineOption settingsOption(QStringLiteral("settings"),
-                                            QStringLiteral("Legend state INI file."), QStringLiteral("FILE"));
-    const QCommandLineOption seedOption(QStringLiteral("seed"),
-                                        QStringLiteral("Seed of the live quote's random walk."),
-                                        QStringLiteral("N"), QStringLiteral("1"));
-    const QCommandLineOption noLiveOption(QStringLiteral("no-live"), QStringLiteral("Keep the quote still."));
-    const QCommandLineOption screenshotOption(QStringLiteral("screenshot"),
-                                              QStringLiteral("Render the window to FILE.png and exit."),
-                                              QStringLiteral("FILE"));
-    const QCommandLineOption sizeOption(QStringLiteral("size"),
-                                        QStringLiteral("Window size for --screenshot."),
-                                        QStringLiteral("WxH"), QStringLiteral("1200x700"));
-    const QCommandLineOption uncheckOption(QStringLiteral("uncheck"),
-                                           QStringLiteral("Untick the legend row TITLE after the start."),
-                                           QStringLiteral("TITLE"));
-    const QCommandLineOption printLegendOption(
-        QStringLiteral("print-legend-state"),
-        QStringLiteral("Print the unticked legend rows after the start and exit."));
-    parser.addOptions({dataOption, baseOption, settingsOption, seedOption, noLiveOption, screenshotOption,
-                       sizeOption, uncheckOption, printLegendOption});
-    parser.process(app);
-
-    QSize size;
-    if (!parseSize(parser.value(sizeOption), &size)) {
-        err() << "plot2d-demo: --size takes WIDTHxHEIGHT, e.g. 1200x700\n";
-        return 2;
     }
 
-    const QString dataDir = parser.isSet(dataOption) ? parser.value(dataOption) : defaultDataDir();
+    QApplication app(argc, argv);
+    setIdentity();
+
+    const QString dataDir = commandLine.dataDir.isEmpty() ? defaultDataDir() : commandLine.dataDir;
     QString error;
     if (!loadMarketData(dataDir, &error)) {
         err() << "plot2d-demo: cannot load market data: " << error << '\n';
-        return 1;
+        return CommandLine::Failure;
     }
 
     DeskWindow::Options options;
-    options.baseCode = parser.value(baseOption);
+    options.baseCode = commandLine.baseCode;
     options.settingsPath =
-        parser.isSet(settingsOption) ? parser.value(settingsOption) : defaultSettingsPath();
-    options.seed = parser.value(seedOption).toUInt();
-    options.live =
-        !parser.isSet(noLiveOption) && !parser.isSet(screenshotOption) && !parser.isSet(printLegendOption);
-    options.uncheck = parser.values(uncheckOption);
+        commandLine.settingsPath.isEmpty() ? defaultSettingsPath() : commandLine.settingsPath;
+    options.writeSettings = !commandLine.headless();
+    options.seed = commandLine.seed;
+    options.live = commandLine.live && !commandLine.headless();
+    options.stateFile = commandLine.stateFile;
+    options.size = commandLine.size;
 
     DeskWindow window(options);
-    if (window.plot()->getFuture().isNull()) {
+    if (window.pnlPlot()->getFuture().isNull()) {
         err() << "plot2d-demo: no futures contract with base code " << options.baseCode << " in " << dataDir
               << '\n';
-        return 1;
+        return CommandLine::Failure;
     }
-    window.resize(size);
+    if (!checkFuture(window, QDir(dataDir).filePath(QStringLiteral("securities.csv"))))
+        return CommandLine::Failure;
+    const QStringList unknown = window.uncheck(commandLine.uncheck);
+    if (!unknown.isEmpty()) {
+        err() << "plot2d-demo: --uncheck: no legend row '" << unknown.first() << "'\n"
+              << CommandLine::usageLine() << '\n';
+        return CommandLine::UsageError;
+    }
+    if (commandLine.sizeGiven || commandLine.headless())
+        window.resize(commandLine.size);
 
-    if (parser.isSet(printLegendOption)) {
-        QTextStream out(stdout);
-        out << "unchecked: " << window.legend()->uncheckedItems().join(QStringLiteral(", ")) << '\n';
-        return 0;
+    if (commandLine.printLegendState) {
+        QTextStream(stdout) << "unchecked: " << window.uncheckedItems().join(QStringLiteral(", ")) << '\n';
+        return CommandLine::Success;
     }
-    if (parser.isSet(screenshotOption)) {
-        const QString file = parser.value(screenshotOption);
-        const QImage image = render(window);
-        window.storeSettings();
-        if (!image.save(file, "PNG")) {
-            err() << "plot2d-demo: cannot write " << file << '\n';
-            return 1;
-        }
-        return 0;
-    }
+    if (!commandLine.screenshot.isEmpty())
+        return renderScreenshot(window, commandLine.screenshot);
 
     window.show();
     return app.exec();

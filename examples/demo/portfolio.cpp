@@ -90,10 +90,30 @@ double Portfolio::value(double futures, double years, double volatility) const
     return total;
 }
 
-double Portfolio::delta(double futures, double years, double volatility) const
+double Portfolio::sum(Greek greek, double futures, double years, double volatility) const
 {
     double total = 0.0;
     for (const Position& position : m_positions)
-        total += position.quantity * Black76::delta(inputs(position, futures, years, volatility));
+        total += position.quantity * greek(inputs(position, futures, years, volatility));
     return total;
+}
+
+double Portfolio::delta(double futures, double years, double volatility) const
+{
+    return sum(&Black76::delta, futures, years, volatility);
+}
+
+double Portfolio::gamma(double futures, double years, double volatility) const
+{
+    return sum(&Black76::gamma, futures, years, volatility);
+}
+
+double Portfolio::vega(double futures, double years, double volatility) const
+{
+    return 0.01 * sum(&Black76::vega, futures, years, volatility);
+}
+
+double Portfolio::theta(double futures, double years, double volatility) const
+{
+    return sum(&Black76::theta, futures, years, volatility) / 365.0;
 }

@@ -37,9 +37,17 @@ public:
 
     // Profit and loss of the book at futures price F with `years` left to expiry.
     double value(double futures, double years, double volatility) const;
+    // The book's greeks: delta and gamma per unit of the futures price, vega per volatility point
+    // (0.01), theta per calendar day.
     double delta(double futures, double years, double volatility) const;
+    double gamma(double futures, double years, double volatility) const;
+    double vega(double futures, double years, double volatility) const;
+    double theta(double futures, double years, double volatility) const;
 
 private:
+    using Greek = double (*)(const Black76::Inputs&);
+    double sum(Greek greek, double futures, double years, double volatility) const;
+
     QList<Position> m_positions;
     qint64 m_expiry = 0;
 };

@@ -24,7 +24,7 @@ cmake --build "$build" -j"$jobs"
 
 find "$build" -name '*.gcda' -delete
 PLOT2D_MONKEY_EVENTS=${PLOT2D_MONKEY_EVENTS:-2000} \
-  ctest --test-dir "$build" -E '^install_client$' -j"$jobs" --output-on-failure
+  ctest --test-dir "$build" -E '^install_client' -j"$jobs" --output-on-failure
 
-summary=$(gcovr -r . --filter 'src/' --object-directory "$build" --print-summary --txt /dev/null)
+summary=$(gcovr -r . --filter 'src/' --object-directory "$build" --print-summary --txt "$build/coverage.txt")
 echo "$summary" | grep -E "^(lines|branches):"

@@ -9,8 +9,6 @@
 #include <qwt_scale_map.h>
 #include <qwt_scale_widget.h>
 
-#include <QWheelEvent>
-
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -102,19 +100,12 @@ private:
                       qRound(m_plot->canvasMap(QwtPlot::yLeft).transform(y)));
     }
 
-    // Delivered as the window system does: to the widget under the cursor (canvas or scale), and
-    // marked spontaneous, since Qt hands only such wheel events on to the parent plot.
     void wheel(const QPoint& plotPos, const QPoint& angleDelta,
                Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
         QWidget* target = m_plot->childAt(plotPos);
         QVERIFY(target);
-        const QPoint global = m_plot->mapToGlobal(plotPos);
-        QCursor::setPos(global);
-        QWheelEvent event(QPointF(target->mapFromGlobal(global)), QPointF(global), QPoint(), angleDelta,
-                          Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
-        QSpontaneKeyEvent::setSpontaneous(&event);
-        qApp->notify(target, &event); // as QTest does: sendEvent() would clear the mark
+        TestSupport::wheel(target, target->mapFrom(m_plot.get(), plotPos), angleDelta, modifiers);
         m_plot->updateAxes();
     }
 

@@ -262,13 +262,10 @@ private Q_SLOTS:
             QSignalSpy batchChanged(&batch, &Table::rowsChanged);
             QSignalSpy singleInserted(&single, &Table::rowsInserted);
             QSignalSpy singleChanged(&single, &Table::rowsChanged);
-            QStringList batchResult, singleResult;
-            for (const Record& stored : batch.insert(batchRecords))
-                batchResult.append(stored.isNull() ? QStringLiteral("<null>") : stored.value(0).toString());
-            for (const Record& record : qAsConst(singleRecords)) {
-                const Record stored = single.insert(record);
-                singleResult.append(stored.isNull() ? QStringLiteral("<null>") : stored.value(0).toString());
-            }
+            const QList<Record> batchStored = batch.insert(batchRecords);
+            QList<Record> singleStored;
+            for (const Record& record : qAsConst(singleRecords))
+                singleStored << single.insert(record);
             const auto announced = [](const QSignalSpy& spy) {
                 QStringList result;
                 for (const QList<QVariant>& emission : spy)
@@ -279,7 +276,7 @@ private Q_SLOTS:
             QCOMPARE(batchChanged.count(), 1);
             QCOMPARE(announced(batchInserted), announced(singleInserted));
             QCOMPARE(announced(batchChanged), announced(singleChanged));
-            QCOMPARE(batchResult, singleResult);
+            QCOMPARE(keys(batchStored), keys(singleStored));
             QCOMPARE(dump(&batch), dump(&single));
             QCOMPARE(batch.masterIndex().size(), batch.rowCount()); // the index follows every batch
         }

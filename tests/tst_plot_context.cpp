@@ -90,8 +90,6 @@ private Q_SLOTS:
         QCOMPARE(bare.minimumSizeHint(), QSize(20, 20));
 
         TestPlot plot;
-        QCOMPARE(plot.panner()->parent(), plot.canvas());
-        QCOMPARE(plot.axisScaleDraw(QwtPlot::xBottom), plot.xScaleDraw());
         QCOMPARE(plot.axisScaleDraw(QwtPlot::yLeft), plot.yScaleDraw());
         QSignalSpy labels(&plot, &PriceBased2dPlot::updateAxisLabels);
         QSignalSpy autoScale(&plot, qOverload<bool>(&PriceBased2dPlot::autoScaleEnabled));

@@ -4,6 +4,7 @@
 
 #include "testsupport.h"
 
+#include <plot2d/plot2dcommon.h>
 #include <plot2d/pricebased2dplotpanner.h>
 
 #include <qwt_scale_map.h>
@@ -82,8 +83,7 @@ private:
 
     static bool same(const View& a, const View& b)
     {
-        return std::equal(a.cbegin(), a.cend(), b.cbegin(),
-                          [](double x, double y) { return qFuzzyCompare(x, y); });
+        return std::equal(a.cbegin(), a.cend(), b.cbegin(), Plot2dCommon::fuzzyEqual);
     }
 
     void setRanges(double xLow, double xHigh, double yLow, double yHigh)

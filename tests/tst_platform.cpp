@@ -314,9 +314,7 @@ private Q_SLOTS:
 
     void decimalText_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("valid");
-        QTest::addColumn<qint64>("mantissa");
+        TestSupport::columns<QString, bool, qint64>({"text", "valid", "mantissa"});
         QTest::newRow("sign and spaces") << " +1.5 " << true << qint64(150);
         QTest::newRow("no integer digits") << "-.5" << true << qint64(-50);
         QTest::newRow("no fraction digits") << "7." << true << qint64(700);
@@ -331,9 +329,8 @@ private Q_SLOTS:
     }
     void decimalText()
     {
-        QFETCH(QString, text);
-        QFETCH(bool, valid);
-        QFETCH(qint64, mantissa);
+        const auto [text, valid, mantissa] =
+            TestSupport::fetch<QString, bool, qint64>({"text", "valid", "mantissa"});
         decimal value(-1, 0);
         QCOMPARE(decimal::fromString(text, 2, &value), valid);
         QCOMPARE(value.mantissa(), valid ? mantissa : qint64(-1));

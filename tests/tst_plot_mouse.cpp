@@ -181,9 +181,7 @@ private Q_SLOTS:
     // A tilt wheel or touchpad: the larger component counts.
     void wheelOverAScaleZoomsThatAxis_data()
     {
-        QTest::addColumn<int>("axis");
-        QTest::addColumn<QPoint>("delta");
-        QTest::addColumn<double>("span");
+        TestSupport::columns<int, QPoint, double>({"axis", "delta", "span"});
         QTest::newRow("x, one notch out") << int(QwtPlot::xBottom) << QPoint(0, -120) << 110.0;
         QTest::newRow("x, sideways") << int(QwtPlot::xBottom) << QPoint(120, 0) << 90.0;
         QTest::newRow("y, mostly sideways out") << int(QwtPlot::yLeft) << QPoint(-150, 120) << 220.0;
@@ -191,9 +189,7 @@ private Q_SLOTS:
 
     void wheelOverAScaleZoomsThatAxis()
     {
-        QFETCH(int, axis);
-        QFETCH(QPoint, delta);
-        QFETCH(double, span);
+        const auto [axis, delta, span] = TestSupport::fetch<int, QPoint, double>({"axis", "delta", "span"});
         QVERIFY(setUpPlot());
         QwtScaleWidget* scale = m_plot->axisWidget(axis);
         const QPoint pos = m_plot->mapFromGlobal(scale->mapToGlobal(scale->rect().center()));

@@ -153,6 +153,7 @@ private Q_SLOTS:
             QCOMPARE(range(QwtPlot::yLeft).minValue(), -156.0);
         QCOMPARE(autoScale.count(), autoScaleOffs);
         QVERIFY(autoScale.isEmpty() || !autoScale.at(0).at(0).toBool());
+        QVERIFY(m_plot->autoScaleEnabled()); // only asked: a listener switches it
 
         // With autoscale off nothing asks to switch it off again.
         m_plot->setAutoScaleEnabled(false);

@@ -1,9 +1,11 @@
 #include "testsupport.h"
 
 #include <QApplication>
+#include <QCursor>
 #include <QDir>
 #include <QFile>
 #include <QFont>
+#include <QWheelEvent>
 
 namespace TestSupport {
 
@@ -176,6 +178,16 @@ bool show(QWidget* widget, const QSize& size)
     widget->resize(size);
     widget->show();
     return QTest::qWaitForWindowExposed(widget);
+}
+
+void wheel(QWidget* target, const QPoint& pos, const QPoint& angleDelta, Qt::KeyboardModifiers modifiers)
+{
+    const QPoint global = target->mapToGlobal(pos);
+    QCursor::setPos(global);
+    QWheelEvent event(QPointF(pos), QPointF(global), QPoint(), angleDelta, Qt::NoButton, modifiers,
+                      Qt::NoScrollPhase, false);
+    QSpontaneKeyEvent::setSpontaneous(&event);
+    qApp->notify(target, &event); // as QTest does: sendEvent() would clear the mark
 }
 
 } // namespace TestSupport

@@ -59,6 +59,11 @@ PriceBased2dPlotPicker* attachPicker(PriceBased2dPlot* plot);
 PriceBased2dPlotLegend* attachLegend(PriceBased2dPlot* plot);
 // Resizes and shows `widget`; false if it was never exposed.
 bool show(QWidget* widget, const QSize& size = QSize(640, 480));
+// A wheel event at `pos` of `target`, delivered as the window system does: the cursor moved there
+// (the plot reads it for the zoom anchor) and the event marked spontaneous, since Qt hands only
+// such wheel events on to the parent plot when a canvas or scale ignores them.
+void wheel(QWidget* target, const QPoint& pos, const QPoint& angleDelta,
+           Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 
 // Declares a data table's columns in one statement: columns<double, int>({"value", "decimals"}).
 template <typename... T>

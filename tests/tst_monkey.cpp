@@ -156,9 +156,7 @@ private:
         QWidget* target = randomTarget(&pos);
         const int notches = (randomInt(2) ? 1 : -1) * (1 + randomInt(randomInt(8) == 0 ? 10 : 2));
         const AxisRanges before = m_screen->ranges();
-        QWheelEvent event(pos, target->mapToGlobal(pos), QPoint(), QPoint(0, 120 * notches), Qt::NoButton,
-                          randomModifiers(), Qt::NoScrollPhase, false);
-        QApplication::sendEvent(target, &event);
+        TestSupport::wheel(target, pos, QPoint(0, 120 * notches), randomModifiers());
         classify(before, false);
     }
 

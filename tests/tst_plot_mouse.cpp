@@ -4,12 +4,11 @@
 
 #include "testsupport.h"
 
+#include <plot2d/plot2dcommon.h>
 #include <plot2d/pricebased2dplotpanner.h>
 
 #include <qwt_scale_map.h>
 #include <qwt_scale_widget.h>
-
-#include <QWheelEvent>
 
 #include <algorithm>
 #include <array>
@@ -48,9 +47,9 @@ private:
         m_picker = TestSupport::attachPicker(m_plot.get());
         validCurve(m_plot.get(), QStringLiteral("c"), 9, samples);
         m_panner = m_plot->panner();
-        m_labels.reset(new QSignalSpy(m_panner, &PriceBased2dPlotPanner::updateLabels));
-        m_autoScale.reset(
-            new QSignalSpy(m_panner, qOverload<bool>(&PriceBased2dPlotPanner::autoScaleEnabled)));
+        // The panner's announcements as the plot relays them, one to one.
+        m_labels.reset(new QSignalSpy(m_plot.get(), &PriceBased2dPlot::updateAxisLabels));
+        m_autoScale.reset(new QSignalSpy(m_plot.get(), qOverload<bool>(&PriceBased2dPlot::autoScaleEnabled)));
         if (!TestSupport::show(m_plot.get()))
             return false;
         setRanges(100.0, 200.0, -100.0, 100.0);
@@ -84,8 +83,7 @@ private:
 
     static bool same(const View& a, const View& b)
     {
-        return std::equal(a.cbegin(), a.cend(), b.cbegin(),
-                          [](double x, double y) { return qFuzzyCompare(x, y); });
+        return std::equal(a.cbegin(), a.cend(), b.cbegin(), Plot2dCommon::fuzzyEqual);
     }
 
     void setRanges(double xLow, double xHigh, double yLow, double yHigh)
@@ -102,19 +100,12 @@ private:
                       qRound(m_plot->canvasMap(QwtPlot::yLeft).transform(y)));
     }
 
-    // Delivered as the window system does: to the widget under the cursor (canvas or scale), and
-    // marked spontaneous, since Qt hands only such wheel events on to the parent plot.
     void wheel(const QPoint& plotPos, const QPoint& angleDelta,
                Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
         QWidget* target = m_plot->childAt(plotPos);
         QVERIFY(target);
-        const QPoint global = m_plot->mapToGlobal(plotPos);
-        QCursor::setPos(global);
-        QWheelEvent event(QPointF(target->mapFromGlobal(global)), QPointF(global), QPoint(), angleDelta,
-                          Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
-        QSpontaneKeyEvent::setSpontaneous(&event);
-        qApp->notify(target, &event); // as QTest does: sendEvent() would clear the mark
+        TestSupport::wheel(target, target->mapFrom(m_plot.get(), plotPos), angleDelta, modifiers);
         m_plot->updateAxes();
     }
 
@@ -136,10 +127,6 @@ private Q_SLOTS:
             {"delta", "modifiers", "xWidth", "yWidth", "autoScaleOffs"});
         QTest::newRow("in") << QPoint(0, 120) << int(Qt::NoModifier) << 90.0 << 180.0 << 1;
         QTest::newRow("out") << QPoint(0, -120) << int(Qt::NoModifier) << 110.0 << 220.0 << 1;
-        // A tilt wheel or touchpad: the larger component counts.
-        QTest::newRow("sideways") << QPoint(120, 0) << int(Qt::NoModifier) << 90.0 << 180.0 << 1;
-        QTest::newRow("mostly sideways out")
-            << QPoint(-150, 120) << int(Qt::NoModifier) << 110.0 << 220.0 << 1;
         QTest::newRow("control: x only") << QPoint(0, 120) << int(Qt::ControlModifier) << 90.0 << 32.0 << 0;
         QTest::newRow("shift: y only") << QPoint(0, 120) << int(Qt::ShiftModifier) << 100.0 << 180.0 << 1;
     }
@@ -166,6 +153,7 @@ private Q_SLOTS:
             QCOMPARE(range(QwtPlot::yLeft).minValue(), -156.0);
         QCOMPARE(autoScale.count(), autoScaleOffs);
         QVERIFY(autoScale.isEmpty() || !autoScale.at(0).at(0).toBool());
+        QVERIFY(m_plot->autoScaleEnabled()); // only asked: a listener switches it
 
         // With autoscale off nothing asks to switch it off again.
         m_plot->setAutoScaleEnabled(false);
@@ -191,11 +179,10 @@ private Q_SLOTS:
         QCOMPARE(range(QwtPlot::xBottom).maxValue(), 100.0);
     }
 
+    // A tilt wheel or touchpad: the larger component counts.
     void wheelOverAScaleZoomsThatAxis_data()
     {
-        QTest::addColumn<int>("axis");
-        QTest::addColumn<QPoint>("delta");
-        QTest::addColumn<double>("span");
+        TestSupport::columns<int, QPoint, double>({"axis", "delta", "span"});
         QTest::newRow("x, one notch out") << int(QwtPlot::xBottom) << QPoint(0, -120) << 110.0;
         QTest::newRow("x, sideways") << int(QwtPlot::xBottom) << QPoint(120, 0) << 90.0;
         QTest::newRow("y, mostly sideways out") << int(QwtPlot::yLeft) << QPoint(-150, 120) << 220.0;
@@ -203,9 +190,7 @@ private Q_SLOTS:
 
     void wheelOverAScaleZoomsThatAxis()
     {
-        QFETCH(int, axis);
-        QFETCH(QPoint, delta);
-        QFETCH(double, span);
+        const auto [axis, delta, span] = TestSupport::fetch<int, QPoint, double>({"axis", "delta", "span"});
         QVERIFY(setUpPlot());
         QwtScaleWidget* scale = m_plot->axisWidget(axis);
         const QPoint pos = m_plot->mapFromGlobal(scale->mapToGlobal(scale->rect().center()));
@@ -248,6 +233,7 @@ private Q_SLOTS:
         QCOMPARE(m_labels->count(), 1);
         QCOMPARE(m_autoScale->count(), 1);
         QCOMPARE(m_autoScale->at(0).at(0).toBool(), false);
+        QVERIFY(m_plot->autoScaleEnabled()); // relaying the request does not switch the flag
 
         m_panner->setAutoScaleEnabled(false);
         expected = shifted(-10, 5);

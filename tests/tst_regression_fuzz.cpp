@@ -3,8 +3,6 @@
 #include <plot2d/pricebased2dplotscaledraw.h>
 #include <plot2d/pricebased2dplotscaleengine.h>
 
-#include <QPainter>
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -127,9 +125,7 @@ private Q_SLOTS:
         plot.setCurKotirEnabled(enabled);
         plot.replot();
         plot.updateAxisWidgets();
-        QImage image(plot.size(), QImage::Format_RGB32);
-        QPainter painter(&image);
-        plot.render(&painter);
+        plot.grab();
         QCOMPARE(plot.axisInterval(QwtPlot::xBottom), QwtInterval(55.0, 95.0));
         QVERIFY(!plot.xScaleDraw()->labels().isEmpty());
     }

@@ -234,6 +234,17 @@ void TestDemo::badInputEndsWithMessageAndExitCode_data()
     QTest::newRow("quote far outside strikes")
         << shot << sampleSecurities("cur_kotir", "500") << offscreen << 1
         << QStringLiteral("securities\\.csv:3:18: quote 500.00 lies far outside the strikes 55.00 to 95.00");
+    const QByteArray sample = readFile(TestSupport::sampleDataDir() + QStringLiteral("/securities.csv"));
+    QTest::newRow("duplicate key") << shot << sample + sample.split('\n').at(1) + '\n'
+                                   << offscreen << 1
+                                   << QStringLiteral(
+                                          "securities\\.csv:%1:1: the key \"1000\" is already on line 2")
+                                          .arg(sample.count('\n') + 1);
+    // One line under 300 characters, however long the cell.
+    QTest::newRow("2 MB cell") << shot << sampleSecurities("price_step", QByteArray(2 << 20, 'x'))
+                               << offscreen << 1
+                               << QStringLiteral(
+                                      "^(?=[^\n]{1,300}\n$).*securities\\.csv:3:9: .*not a valid decimal");
     QTest::newRow("quote just outside strikes: a warning")
         << shot << sampleSecurities("cur_kotir", "97.5") << offscreen << 0
         << QStringLiteral("warning: .*securities\\.csv:3:18: quote 97.50 lies outside the strikes");

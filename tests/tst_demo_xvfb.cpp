@@ -10,7 +10,9 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <functional>
+#include <numeric>
 
 #ifndef PLOT2D_DEMO_EXECUTABLE
 #define PLOT2D_DEMO_EXECUTABLE ""
@@ -80,16 +82,11 @@ bool evenlySpaced(const QStringList& labels, int holes)
     QList<double> gaps;
     for (int i = 1; i < labels.size(); ++i)
         gaps.append(labels.at(i).toDouble() - labels.at(i - 1).toDouble());
-    if (gaps.isEmpty())
-        return false;
-    const double step = *std::min_element(gaps.cbegin(), gaps.cend());
-    for (double gap : gaps) {
-        if (qAbs(gap - 2 * step) < 1e-9)
-            --holes;
-        else if (qAbs(gap - step) > 1e-9)
-            return false;
-    }
-    return holes >= 0;
+    const double step = gaps.isEmpty() ? 0.0 : *std::min_element(gaps.cbegin(), gaps.cend());
+    const auto near = [](double a, double b) { return qAbs(a - b) < 1e-9; };
+    return step > 0.0 && std::all_of(gaps.cbegin(), gaps.cend(), [&](double gap) {
+               return near(gap, step) || (near(gap, 2 * step) && holes-- > 0);
+           });
 }
 
 // Columns of `area` holding at least `least` pixels that `is` accepts.
@@ -144,16 +141,13 @@ private:
     // One xdotool command line; arguments are separated by single blanks.
     bool xdotool(const QString& command)
     {
-        return run(QStringLiteral("xdotool"), command.split(QLatin1Char(' ')));
+        return run(QStringLiteral("xdotool"), command.split(QLatin1Char(' '), Qt::SkipEmptyParts));
     }
-    bool moveTo(const QPoint& global)
-    {
-        return xdotool(QStringLiteral("mousemove %1 %2").arg(global.x()).arg(global.y()));
-    }
-    bool click(const QPoint& global, int button)
+    // Moves the pointer to `global`, then does `action` there ("click 4" wheels in).
+    bool mouse(const QPoint& global, const char* action = "")
     {
         return xdotool(
-            QStringLiteral("mousemove %1 %2 click %3").arg(global.x()).arg(global.y()).arg(button));
+            QStringLiteral("mousemove %1 %2 %3").arg(global.x()).arg(global.y()).arg(QLatin1String(action)));
     }
     bool drag(const QPoint& from, const QPoint& by);
     QImage grabScreen();
@@ -215,11 +209,9 @@ bool TestDemoXvfb::run(const QString& program, const QStringList& arguments)
 
 bool TestDemoXvfb::drag(const QPoint& from, const QPoint& by)
 {
-    bool ok = xdotool(QStringLiteral("mousemove %1 %2 mousedown 1").arg(from.x()).arg(from.y()));
-    for (int step = 1; step <= 4; ++step) {
-        const QPoint to = from + by * step / 4;
-        ok = ok && xdotool(QStringLiteral("mousemove %1 %2").arg(to.x()).arg(to.y()));
-    }
+    bool ok = mouse(from, "mousedown 1");
+    for (int step = 1; step <= 4; ++step)
+        ok = ok && mouse(from + by * step / 4);
     return xdotool(QStringLiteral("mouseup 1")) && ok;
 }
 
@@ -280,14 +272,14 @@ void TestDemoXvfb::readoutFollowsCursorAndZoom()
     const QRect canvas = rect(m_state, "pnl/canvas");
     for (double at : {0.3, 0.55, 0.8}) {
         const QPoint cursor(canvas.left() + int(at * canvas.width()), canvas.center().y());
-        QVERIFY(moveTo(cursor) && waitFor([&](const State& now) { return readoutAt(now, cursor.x()); }));
+        QVERIFY(mouse(cursor) && waitFor([&](const State& now) { return readoutAt(now, cursor.x()); }));
         QCOMPARE(
             ::at(m_state, "pnl/readout/values").toObject().keys(),
             QStringList({QStringLiteral("At expiry"), QStringLiteral("Half time"), QStringLiteral("Today")}));
         QVERIFY(!::at(m_state, "greeks/readout/active").toBool());
     }
     // Wheel in over the P&L canvas: both price axes narrow, the readout follows the new prices.
-    QVERIFY(click(canvas.center(), 4) && waitFor([&](const State& now) {
+    QVERIFY(mouse(canvas.center(), "click 4") && waitFor([&](const State& now) {
                 return span(now, "pnl/x") < span(m_before, "pnl/x") && linked(now) &&
                        readoutAt(now, canvas.center().x());
             }));
@@ -307,12 +299,12 @@ void TestDemoXvfb::wheelAndDragMoveBothPriceAxes()
     // Drag along the P&L price scale to the left: zoom in; then wheel out over it.
     QVERIFY(drag(centre("pnl/xScale"), QPoint(-30, 0)) && waitFor(narrower));
     QVERIFY(strings(m_state, "pnl/labels").size() >= 4);
-    QVERIFY(click(centre("pnl/xScale"), 5) && waitFor([this](const State& now) {
+    QVERIFY(mouse(centre("pnl/xScale"), "click 5") && waitFor([this](const State& now) {
                 return span(now, "pnl/x") > span(m_before, "pnl/x") && linked(now);
             }));
 
     // Wheel over the greeks' value scale zooms that axis alone and ends its autoscale.
-    QVERIFY(click(centre("greeks/yScale"), 4) && waitFor([this](const State& now) {
+    QVERIFY(mouse(centre("greeks/yScale"), "click 4") && waitFor([this](const State& now) {
                 return span(now, "greeks/y") < span(m_before, "greeks/y") &&
                        !at(now, "greeks/autoscale").toBool() && at(now, "pnl/x") == at(m_before, "pnl/x");
             }));
@@ -321,8 +313,8 @@ void TestDemoXvfb::wheelAndDragMoveBothPriceAxes()
 void TestDemoXvfb::hiddenQuoteKeepsEveryLabelThroughResize()
 {
     // A check box is given by its point on the screen.
-    QVERIFY(click(rect(m_state, "pnl/legend/checkBoxes/Quote").topLeft(), 1));
-    QVERIFY(click(rect(m_state, "greeks/legend/checkBoxes/Delta").topLeft(), 1));
+    QVERIFY(mouse(rect(m_state, "pnl/legend/checkBoxes/Quote").topLeft(), "click 1"));
+    QVERIFY(mouse(rect(m_state, "greeks/legend/checkBoxes/Delta").topLeft(), "click 1"));
 
     // With the quote line hidden no quote label competes for room: no label gives way, and the
     // axis shows no red.
@@ -336,7 +328,7 @@ void TestDemoXvfb::hiddenQuoteKeepsEveryLabelThroughResize()
     QCOMPARE(redColumn(grabScreen(), rect(m_state, "pnl/xScale")), -1);
 
     // The greeks' readout lists the visible curves only.
-    QVERIFY(moveTo(rect(m_state, "greeks/canvas").center()) && waitFor([](const State& now) {
+    QVERIFY(mouse(rect(m_state, "greeks/canvas").center()) && waitFor([](const State& now) {
                 return at(now, "greeks/readout/values").toObject().keys() ==
                        QStringList{QStringLiteral("Gamma"), QStringLiteral("Theta"), QStringLiteral("Vega")};
             }));

@@ -1,4 +1,5 @@
 // Runs the real plot2d-demo executable and inspects what it printed, wrote and rendered.
+#include "screenpixels.h"
 #include "testsupport.h"
 
 #include <QImage>
@@ -42,28 +43,6 @@ QByteArray sampleSecurities(const QByteArray& column, const QByteArray& value)
         line = cells.join(',');
     }
     return lines.join('\n');
-}
-
-int pixelsNear(const QImage& image, const QColor& color, int tolerance, const QRect& area)
-{
-    int count = 0;
-    for (int i = 0; i < area.width() * area.height(); ++i) {
-        const QColor pixel = image.pixelColor(area.left() + i % area.width(), area.top() + i / area.width());
-        count += std::max({qAbs(pixel.red() - color.red()), qAbs(pixel.green() - color.green()),
-                           qAbs(pixel.blue() - color.blue())}) <= tolerance;
-    }
-    return count;
-}
-
-// Columns holding at least 150 pixels of `color`: vertical lines across a panel.
-QList<int> verticalLines(const QImage& image, const QColor& color)
-{
-    QList<int> columns;
-    for (int x = 0; x < image.width(); ++x) {
-        if (pixelsNear(image, color, 8, QRect(x, 0, 1, image.height())) >= 150)
-            columns.append(x);
-    }
-    return columns;
 }
 
 } // namespace
@@ -128,22 +107,25 @@ void TestDemo::screenshotShowsBothPanelsOnOnePriceAxis()
 
     // The grid's major lines stand on 55 and 95, the ends of the sample strikes, in both panels
     // at the same columns; the quote line (74.35) must sit where the price maps between them.
-    const QList<int> grid = verticalLines(image, QColor(QStringLiteral("#b2beb5")));
+    using ScreenPixels::columns;
+    using ScreenPixels::near;
+    const QList<int> grid = columns(image, image.rect(), near(QColor(QStringLiteral("#b2beb5")), 8), 150);
     QVERIFY2(grid.size() >= 2, "no grid lines found");
-    const QList<int> red = verticalLines(image, QColor(Qt::red));
+    const QList<int> red = columns(image, image.rect(), near(Qt::red, 8), 150);
     QCOMPARE(red.size(), 1); // one column: the two quote lines line up
     const double expected = grid.first() + (74.35 - 55.0) / (95.0 - 55.0) * (grid.last() - grid.first());
     QVERIFY2(qAbs(red.first() - expected) <= 3.0,
              qPrintable(QStringLiteral("quote line at %1, expected %2").arg(red.first()).arg(expected)));
 
-    // Every value curve leaves pixels of its own colour: P&L above, greeks below.
+    // Every value curve leaves pixels of its own colour across the canvas: P&L above, greeks below.
     const QRect upper(grid.first(), 0, grid.last() - grid.first(), image.height() / 2);
     for (const char* color : {"#1f4e9c", "#1b7f3b", "#d9822b"})
-        QVERIFY2(pixelsNear(image, QColor(QLatin1String(color)), 30, upper) > 100, color);
+        QVERIFY2(columns(image, upper, near(QColor(QLatin1String(color)), 30), 1).size() > 100, color);
     for (const char* color : {"#7b3f9e", "#a0522d", "#16808c", "#6b6b6b"})
-        QVERIFY2(pixelsNear(image, QColor(QLatin1String(color)), 30, upper.translated(0, upper.height())) >
-                     50,
-                 color);
+        QVERIFY2(
+            columns(image, upper.translated(0, upper.height()), near(QColor(QLatin1String(color)), 30), 1)
+                    .size() > 50,
+            color);
 }
 
 void TestDemo::badInputEndsWithMessageAndExitCode_data()

@@ -1,5 +1,6 @@
 // Drives the real demo window on an Xvfb display with xdotool, and checks the desk by the state it
 // dumps (--state-file) and by the pixels on the screen.
+#include "screenpixels.h"
 #include "testsupport.h"
 
 #include <QImage>
@@ -89,35 +90,11 @@ bool evenlySpaced(const QStringList& labels, int holes)
            });
 }
 
-// Columns of `area` holding at least `least` pixels that `is` accepts.
-QList<int> columns(const QImage& screen, const QRect& area, const std::function<bool(QColor)>& is, int least)
-{
-    QList<int> found;
-    for (int x = area.left(); x <= area.right(); ++x) {
-        int count = 0;
-        for (int y = area.top(); y <= area.bottom(); ++y)
-            count += is(screen.pixelColor(x, y));
-        if (count >= least)
-            found.append(x);
-    }
-    return found;
-}
-
 // The mean column of the red pixels of `screen` inside `area`, or -1 when there are none.
 int redColumn(const QImage& screen, const QRect& area)
 {
-    const QList<int> red = columns(
-        screen, area, [](QColor c) { return c.red() > 200 && c.green() < 80 && c.blue() < 80; }, 1);
+    const QList<int> red = ScreenPixels::columns(screen, area, ScreenPixels::near(Qt::red, 60), 1);
     return red.isEmpty() ? -1 : std::accumulate(red.cbegin(), red.cend(), 0) / red.size();
-}
-
-// Columns of `area` that the grid's major lines cover over most of its height.
-QList<int> gridColumns(const QImage& screen, const QRect& area)
-{
-    const auto grid = [](QColor c) {
-        return qAbs(c.red() - 0xb2) + qAbs(c.green() - 0xbe) + qAbs(c.blue() - 0xb5) < 24;
-    };
-    return columns(screen, area, grid, area.height() / 2 + 1);
 }
 
 } // namespace
@@ -129,8 +106,7 @@ class TestDemoXvfb : public QObject
 private Q_SLOTS:
     void initTestCase();
     void priceAxisKeepsLabelsAndQuoteLabelFollowsQuote();
-    void readoutFollowsCursorAndZoom();
-    void wheelAndDragMoveBothPriceAxes();
+    void readoutFollowsCursorAndBothPriceAxesZoomAndPan();
     void hiddenQuoteKeepsEveryLabelThroughResize();
     void closeAndRestartRestoreTheDesk();
 
@@ -153,7 +129,7 @@ private:
     QImage grabScreen();
     // Polls the desk's state into m_state until `ready` holds, keeping the one before in m_before;
     // false (and the state logged) after the timeout.
-    bool waitFor(const std::function<bool(const State&)>& ready);
+    bool waitFor(const std::function<bool()>& ready);
 
     QTemporaryDir m_dir;
     QProcess m_xvfb; // killed after the desk when the test ends
@@ -194,7 +170,7 @@ void TestDemoXvfb::startDesk()
     m_desk.start(
         QStringLiteral(PLOT2D_DEMO_EXECUTABLE),
         QStringLiteral("--settings desk.ini --state-file state.json --seed 7").split(QLatin1Char(' ')));
-    QVERIFY2(waitFor([](const State& s) { return !strings(s, "pnl/labels").isEmpty(); }),
+    QVERIFY2(waitFor([this] { return !strings(m_state, "pnl/labels").isEmpty(); }),
              "the desk never showed its price labels");
 }
 
@@ -221,7 +197,7 @@ QImage TestDemoXvfb::grabScreen()
     return run(QStringLiteral(PLOT2D_SCREENGRAB), {file}) ? QImage(file) : QImage();
 }
 
-bool TestDemoXvfb::waitFor(const std::function<bool(const State&)>& ready)
+bool TestDemoXvfb::waitFor(const std::function<bool()>& ready)
 {
     m_before = m_state;
     QElapsedTimer timer;
@@ -229,7 +205,7 @@ bool TestDemoXvfb::waitFor(const std::function<bool(const State&)>& ready)
     for (;;) {
         QFile file(m_dir.filePath(QStringLiteral("state.json")));
         m_state = file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : State();
-        if (ready(m_state))
+        if (ready())
             return true;
         if (timer.elapsed() > TimeoutMs || m_desk.state() == QProcess::NotRunning) {
             qWarning("last state: %s", QJsonDocument(m_state).toJson(QJsonDocument::Compact).constData());
@@ -245,10 +221,10 @@ void TestDemoXvfb::priceAxisKeepsLabelsAndQuoteLabelFollowsQuote()
     // label with every move, not only at the next zoom.
     QList<double> quotes{74.35};
     for (int moves = 0; moves < 3; ++moves) {
-        QVERIFY(waitFor([&](const State& now) {
-            const double quote = number(now, "pnl/quote");
-            return !quotes.contains(quote) && number(now, "paintedAxisQuote/pnl") == quote &&
-                   number(now, "paintedAxisQuote/greeks") == quote;
+        QVERIFY(waitFor([&] {
+            const double quote = number(m_state, "pnl/quote");
+            return !quotes.contains(quote) && number(m_state, "paintedAxisQuote/pnl") == quote &&
+                   number(m_state, "paintedAxisQuote/greeks") == quote;
         }));
         quotes.append(number(m_state, "pnl/quote"));
     }
@@ -267,46 +243,43 @@ void TestDemoXvfb::priceAxisKeepsLabelsAndQuoteLabelFollowsQuote()
              qPrintable(QStringLiteral("line at %1, label at %2").arg(line).arg(label)));
 }
 
-void TestDemoXvfb::readoutFollowsCursorAndZoom()
+void TestDemoXvfb::readoutFollowsCursorAndBothPriceAxesZoomAndPan()
 {
     const QRect canvas = rect(m_state, "pnl/canvas");
     for (double at : {0.3, 0.55, 0.8}) {
         const QPoint cursor(canvas.left() + int(at * canvas.width()), canvas.center().y());
-        QVERIFY(mouse(cursor) && waitFor([&](const State& now) { return readoutAt(now, cursor.x()); }));
+        QVERIFY(mouse(cursor) && waitFor([&] { return readoutAt(m_state, cursor.x()); }));
         QCOMPARE(
             ::at(m_state, "pnl/readout/values").toObject().keys(),
             QStringList({QStringLiteral("At expiry"), QStringLiteral("Half time"), QStringLiteral("Today")}));
         QVERIFY(!::at(m_state, "greeks/readout/active").toBool());
     }
     // Wheel in over the P&L canvas: both price axes narrow, the readout follows the new prices.
-    QVERIFY(mouse(canvas.center(), "click 4") && waitFor([&](const State& now) {
-                return span(now, "pnl/x") < span(m_before, "pnl/x") && linked(now) &&
-                       readoutAt(now, canvas.center().x());
+    QVERIFY(mouse(canvas.center(), "click 4") && waitFor([&] {
+                return span(m_state, "pnl/x") < span(m_before, "pnl/x") && linked(m_state) &&
+                       readoutAt(m_state, canvas.center().x());
             }));
-}
 
-void TestDemoXvfb::wheelAndDragMoveBothPriceAxes()
-{
     const auto lower = [](const State& state) { return at(state, "pnl/x").toArray().at(0).toDouble(); };
     const auto centre = [this](const char* path) { return rect(m_state, path).center(); };
-    const auto narrower = [this](const State& now) {
-        return span(now, "pnl/x") < span(m_before, "pnl/x") && linked(now);
+    const auto narrower = [this] {
+        return span(m_state, "pnl/x") < span(m_before, "pnl/x") && linked(m_state);
     };
 
     // Drag the greeks' canvas to the left: both plots pan to higher prices.
     QVERIFY(drag(centre("greeks/canvas"), QPoint(-100, 0)) &&
-            waitFor([&](const State& now) { return lower(now) > lower(m_before) + 1.0 && linked(now); }));
+            waitFor([&] { return lower(m_state) > lower(m_before) + 1.0 && linked(m_state); }));
     // Drag along the P&L price scale to the left: zoom in; then wheel out over it.
     QVERIFY(drag(centre("pnl/xScale"), QPoint(-30, 0)) && waitFor(narrower));
     QVERIFY(strings(m_state, "pnl/labels").size() >= 4);
-    QVERIFY(mouse(centre("pnl/xScale"), "click 5") && waitFor([this](const State& now) {
-                return span(now, "pnl/x") > span(m_before, "pnl/x") && linked(now);
-            }));
+    QVERIFY(mouse(centre("pnl/xScale"), "click 5") &&
+            waitFor([this] { return span(m_state, "pnl/x") > span(m_before, "pnl/x") && linked(m_state); }));
 
     // Wheel over the greeks' value scale zooms that axis alone and ends its autoscale.
-    QVERIFY(mouse(centre("greeks/yScale"), "click 4") && waitFor([this](const State& now) {
-                return span(now, "greeks/y") < span(m_before, "greeks/y") &&
-                       !at(now, "greeks/autoscale").toBool() && at(now, "pnl/x") == at(m_before, "pnl/x");
+    QVERIFY(mouse(centre("greeks/yScale"), "click 4") && waitFor([this] {
+                return span(m_state, "greeks/y") < span(m_before, "greeks/y") &&
+                       !at(m_state, "greeks/autoscale").toBool() &&
+                       at(m_state, "pnl/x") == at(m_before, "pnl/x");
             }));
 }
 
@@ -318,18 +291,18 @@ void TestDemoXvfb::hiddenQuoteKeepsEveryLabelThroughResize()
 
     // With the quote line hidden no quote label competes for room: no label gives way, and the
     // axis shows no red.
-    QVERIFY(waitFor([](const State& now) {
-        return strings(now, "pnl/legend/unchecked") == QStringList{QStringLiteral("Quote")} &&
-               strings(now, "greeks/legend/unchecked") == QStringList{QStringLiteral("Delta")} &&
-               number(now, "paintedAxisQuote/pnl") == 0.0;
+    QVERIFY(waitFor([this] {
+        return strings(m_state, "pnl/legend/unchecked") == QStringList{QStringLiteral("Quote")} &&
+               strings(m_state, "greeks/legend/unchecked") == QStringList{QStringLiteral("Delta")} &&
+               number(m_state, "paintedAxisQuote/pnl") == 0.0;
     }));
     const QStringList labels = strings(m_state, "pnl/labels");
     QVERIFY2(labels.size() >= 5 && evenlySpaced(labels, 0), qPrintable(labels.join(QLatin1Char(' '))));
     QCOMPARE(redColumn(grabScreen(), rect(m_state, "pnl/xScale")), -1);
 
     // The greeks' readout lists the visible curves only.
-    QVERIFY(mouse(rect(m_state, "greeks/canvas").center()) && waitFor([](const State& now) {
-                return at(now, "greeks/readout/values").toObject().keys() ==
+    QVERIFY(mouse(rect(m_state, "greeks/canvas").center()) && waitFor([this] {
+                return at(m_state, "greeks/readout/values").toObject().keys() ==
                        QStringList{QStringLiteral("Gamma"), QStringLiteral("Theta"), QStringLiteral("Vega")};
             }));
 
@@ -339,7 +312,7 @@ void TestDemoXvfb::hiddenQuoteKeepsEveryLabelThroughResize()
         // "%1" is xdotool's: the window found.
         return xdotool(QStringLiteral("search --sync --name desk: windowsize %1 ") + QString::number(width) +
                        QLatin1Char(' ') + QString::number(height)) &&
-               waitFor([width](const State& now) { return rect(now, "window").width() == width; });
+               waitFor([this, width] { return rect(m_state, "window").width() == width; });
     };
     QVERIFY(resizedTo(380, 280));
     const QStringList small = strings(m_state, "pnl/labels");
@@ -359,21 +332,25 @@ void TestDemoXvfb::closeAndRestartRestoreTheDesk()
     QCOMPARE(m_desk.exitCode(), 0);
 
     startDesk();
-    QVERIFY(waitFor([&](const State& now) {
+    QVERIFY(waitFor([&] {
         for (const char* path : {"pnl/legend/unchecked", "greeks/legend/unchecked", "pnl/x", "pnl/autoscale",
                                  "greeks/autoscale", "greeks/y"}) {
-            if (at(now, path) != at(left, path))
+            if (at(m_state, path) != at(left, path))
                 return false;
         }
-        return rect(now, "window").size() == rect(left, "window").size();
+        return rect(m_state, "window").size() == rect(left, "window").size();
     }));
     QCOMPARE(strings(m_state, "greeks/legend/unchecked"), QStringList{QStringLiteral("Delta")});
 
-    // On the screen both canvases show their grid at the same columns: the panels line up.
+    // On the screen both canvases show their grid's major lines at the same columns: the panels line up.
     const QImage screen = grabScreen();
-    const QList<int> pnl = gridColumns(screen, rect(m_state, "pnl/canvas"));
-    QVERIFY(pnl.size() >= 5);
-    QCOMPARE(gridColumns(screen, rect(m_state, "greeks/canvas")), pnl);
+    const auto gridColumns = [&](const char* canvas) {
+        const QRect area = rect(m_state, canvas);
+        return ScreenPixels::columns(screen, area, ScreenPixels::near(QColor(0xb2, 0xbe, 0xb5), 8),
+                                     area.height() / 2 + 1);
+    };
+    QVERIFY(gridColumns("pnl/canvas").size() >= 5);
+    QCOMPARE(gridColumns("greeks/canvas"), gridColumns("pnl/canvas"));
 }
 
 PLOT2D_TEST_MAIN(TestDemoXvfb)

@@ -228,17 +228,16 @@ void TestDemoXvfb::priceAxisKeepsLabelsAndQuoteLabelFollowsQuote()
         }));
         quotes.append(number(m_state, "pnl/quote"));
     }
-    const State& s = m_state;
-    const QStringList labels = strings(s, "pnl/labels");
+    const QStringList labels = strings(m_state, "pnl/labels");
     QVERIFY2(labels.size() >= 7 && evenlySpaced(labels, 1), qPrintable(labels.join(QLatin1Char(' '))));
-    QCOMPARE(at(s, "statusQuote").toString(), QStringLiteral("Quote %1").arg(quotes.last(), 0, 'f', 2));
+    QCOMPARE(at(m_state, "statusQuote").toString(), QStringLiteral("Quote %1").arg(quotes.last(), 0, 'f', 2));
 
     // On the screen, the red axis label stands under the red quote line.
     const QImage screen = grabScreen();
     QVERIFY(!screen.isNull());
-    const QRect canvas = rect(s, "pnl/canvas");
+    const QRect canvas = rect(m_state, "pnl/canvas");
     const int line = redColumn(screen, canvas.adjusted(0, canvas.height() / 2, 0, 0));
-    const int label = redColumn(screen, rect(s, "pnl/xScale"));
+    const int label = redColumn(screen, rect(m_state, "pnl/xScale"));
     QVERIFY2(line > 0 && label > 0 && qAbs(line - label) <= 6,
              qPrintable(QStringLiteral("line at %1, label at %2").arg(line).arg(label)));
 }

@@ -12,12 +12,9 @@
 #include <QPainter>
 #include <QRandomGenerator>
 
-#include <array>
-
 #include <cmath>
 #include <functional>
 #include <limits>
-#include <memory>
 
 namespace {
 

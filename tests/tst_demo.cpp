@@ -1,4 +1,5 @@
 // Runs the real plot2d-demo executable and inspects what it printed, wrote and rendered.
+#include "screenpixels.h"
 #include "testsupport.h"
 
 #include <QImage>
@@ -6,58 +7,24 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
+#ifndef PLOT2D_DEMO_EXECUTABLE
+#define PLOT2D_DEMO_EXECUTABLE ""
+#endif
+
 namespace {
 
-struct Run
-{
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
+const QString Offscreen = QStringLiteral("offscreen");
 
-// `display`: "offscreen" for Qt's offscreen platform, empty for none, else a DISPLAY value.
-QProcessEnvironment demoEnvironment(const QString& display)
+// Words of a command line without blanks inside them.
+QStringList words(const char* line)
 {
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.remove(QStringLiteral("DISPLAY"));
-    env.remove(QStringLiteral("WAYLAND_DISPLAY"));
-    env.remove(QStringLiteral("QT_QPA_PLATFORM"));
-    if (display == QLatin1String("offscreen"))
-        env.insert(QStringLiteral("QT_QPA_PLATFORM"), display);
-    else if (!display.isEmpty())
-        env.insert(QStringLiteral("DISPLAY"), display);
-    return env;
+    return QString::fromUtf8(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
-void startDemo(QProcess& process, const QStringList& arguments,
-               const QString& display = QStringLiteral("offscreen"))
+// A file of the sample data, or any file by its absolute path.
+QByteArray sampleFile(const QString& name)
 {
-#ifdef PLOT2D_DEMO_EXECUTABLE
-    process.setProcessEnvironment(demoEnvironment(display));
-    process.start(QStringLiteral(PLOT2D_DEMO_EXECUTABLE), arguments);
-#else
-    Q_UNUSED(process)
-    Q_UNUSED(arguments)
-    Q_UNUSED(display)
-#endif
-}
-
-Run runDemo(const QStringList& arguments, const QString& display = QStringLiteral("offscreen"))
-{
-    Run run;
-    QProcess process;
-    startDemo(process, arguments, display);
-    if (!process.waitForFinished(60000))
-        return run;
-    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
+    QFile file(QDir(TestSupport::sampleDataDir()).filePath(name));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
@@ -65,58 +32,17 @@ QByteArray readFile(const QString& path)
 // with a whole column dropped when `value` is null.
 QByteArray sampleSecurities(const QByteArray& column, const QByteArray& value)
 {
-    QList<QByteArray> lines =
-        readFile(TestSupport::sampleDataDir() + QStringLiteral("/securities.csv")).split('\n');
-    int index = -1;
-    const QList<QByteArray> header = lines.first().split(',');
-    for (int i = 0; i < header.size(); ++i) {
-        if (header.at(i).startsWith(column + ':'))
-            index = i;
-    }
+    QList<QByteArray> lines = sampleFile(QStringLiteral("securities.csv")).split('\n');
+    const int index = lines.first().left(lines.first().indexOf(column + ':')).count(',');
     for (QByteArray& line : lines) {
         QList<QByteArray> cells = line.split(',');
-        if (index < 0 || cells.size() <= index)
-            continue;
-        if (value.isNull())
+        if (value.isNull() && index < cells.size())
             cells.removeAt(index);
         else if (line.startsWith("1001,"))
             cells[index] = value;
         line = cells.join(',');
     }
     return lines.join('\n');
-}
-
-bool near(QRgb pixel, const QColor& color, int tolerance)
-{
-    return qAbs(qRed(pixel) - color.red()) <= tolerance && qAbs(qGreen(pixel) - color.green()) <= tolerance &&
-           qAbs(qBlue(pixel) - color.blue()) <= tolerance;
-}
-
-int countPixels(const QImage& image, const QColor& color, int tolerance, const QRect& area)
-{
-    int count = 0;
-    for (int y = area.top(); y <= area.bottom(); ++y) {
-        for (int x = area.left(); x <= area.right(); ++x)
-            count += near(image.pixel(x, y), color, tolerance) ? 1 : 0;
-    }
-    return count;
-}
-
-// Columns holding a vertical run of at least `minRun` pixels of `color`.
-QList<int> verticalLines(const QImage& image, const QColor& color, int minRun)
-{
-    QList<int> columns;
-    for (int x = 0; x < image.width(); ++x) {
-        int run = 0;
-        int best = 0;
-        for (int y = 0; y < image.height(); ++y) {
-            run = near(image.pixel(x, y), color, 8) ? run + 1 : 0;
-            best = qMax(best, run);
-        }
-        if (best >= minRun)
-            columns.append(x);
-    }
-    return columns;
 }
 
 } // namespace
@@ -130,217 +56,188 @@ private Q_SLOTS:
     void screenshotShowsBothPanelsOnOnePriceAxis();
     void badInputEndsWithMessageAndExitCode_data();
     void badInputEndsWithMessageAndExitCode();
-    void brokenDataEndsWithPositionedMessage();
-    void legendChangeSurvivesKill();
-    void unwritableSettingsWarnAndDeskRuns();
-    void headlessRunsNeverWriteSettings();
+    void settingsSavedAtOnceByTheWindowOnlyAndFailuresWarned();
 
 private:
+    void startDemo(QProcess& process, const QStringList& arguments, const QString& display = Offscreen);
+    // The exit code (-1 for a crash or a hang) and stdout and stderr together, without Qt's note on a
+    // missing runtime directory.
+    std::pair<int, QString> runDemo(const QStringList& arguments, const QString& display = Offscreen);
+
     QTemporaryDir m_dir;
 };
 
+// In the test's directory. `display`: "offscreen" for Qt's offscreen platform, empty for none, else a
+// DISPLAY value.
+void TestDemo::startDemo(QProcess& process, const QStringList& arguments, const QString& display)
+{
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        env.remove(QLatin1String(name));
+    if (!display.isEmpty())
+        env.insert(QLatin1String(display == Offscreen ? "QT_QPA_PLATFORM" : "DISPLAY"), display);
+    process.setProcessEnvironment(env);
+    process.setWorkingDirectory(m_dir.path());
+    process.start(QStringLiteral(PLOT2D_DEMO_EXECUTABLE), arguments);
+}
+
+std::pair<int, QString> TestDemo::runDemo(const QStringList& arguments, const QString& display)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    startDemo(process, arguments, display);
+    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit)
+        return {-1, QString()};
+    return {process.exitCode(), QString::fromUtf8(process.readAll())
+                                    .remove(QRegularExpression(QStringLiteral("QStandardPaths: [^\n]*\n")))};
+}
+
 void TestDemo::init()
 {
-#ifndef PLOT2D_DEMO_EXECUTABLE
-    QSKIP("the demo is not built (PLOT2D_BUILD_EXAMPLES=OFF)");
-#endif
-    QVERIFY(m_dir.isValid());
+    if (QStringLiteral(PLOT2D_DEMO_EXECUTABLE).isEmpty())
+        QSKIP("the demo is not built (PLOT2D_BUILD_EXAMPLES=OFF)");
 }
 
 void TestDemo::screenshotShowsBothPanelsOnOnePriceAxis()
 {
-    const QString file = m_dir.filePath(QStringLiteral("desk.png"));
-    const Run run =
-        runDemo({QStringLiteral("--screenshot"), file, QStringLiteral("--size"), QStringLiteral("1200x700"),
-                 QStringLiteral("--settings"), m_dir.filePath(QStringLiteral("desk.ini"))});
-    QCOMPARE(run.exitCode, 0);
-    QImage image(file);
+    QCOMPARE(runDemo(words("--screenshot desk.png --size 1200x700 --settings desk.ini")).first, 0);
+    const QImage image =
+        QImage(m_dir.filePath(QStringLiteral("desk.png"))).convertToFormat(QImage::Format_RGB32);
     QCOMPARE(image.size(), QSize(1200, 700));
-    image = image.convertToFormat(QImage::Format_RGB32);
 
     // The grid's major lines stand on 55 and 95, the ends of the sample strikes, in both panels
     // at the same columns; the quote line (74.35) must sit where the price maps between them.
-    const QList<int> grid = verticalLines(image, QColor(QStringLiteral("#b2beb5")), 150);
+    using ScreenPixels::columns;
+    using ScreenPixels::near;
+    const QList<int> grid = columns(image, image.rect(), near(QColor(QStringLiteral("#b2beb5")), 8), 150);
     QVERIFY2(grid.size() >= 2, "no grid lines found");
-    const QList<int> red = verticalLines(image, QColor(Qt::red), 150);
+    const QList<int> red = columns(image, image.rect(), near(Qt::red, 8), 150);
     QCOMPARE(red.size(), 1); // one column: the two quote lines line up
     const double expected = grid.first() + (74.35 - 55.0) / (95.0 - 55.0) * (grid.last() - grid.first());
     QVERIFY2(qAbs(red.first() - expected) <= 3.0,
              qPrintable(QStringLiteral("quote line at %1, expected %2").arg(red.first()).arg(expected)));
 
-    // Every value curve leaves pixels of its own colour: P&L above, greeks below.
-    const QRect canvas(grid.first(), 0, grid.last() - grid.first(), image.height());
-    const QRect upper = canvas.adjusted(0, 0, 0, -image.height() / 2);
-    const QRect lower = canvas.adjusted(0, image.height() / 2, 0, 0);
+    // Every value curve leaves pixels of its own colour across the canvas: P&L above, greeks below.
+    const QRect upper(grid.first(), 0, grid.last() - grid.first(), image.height() / 2);
     for (const char* color : {"#1f4e9c", "#1b7f3b", "#d9822b"})
-        QVERIFY2(countPixels(image, QColor(QLatin1String(color)), 30, upper) > 100, color);
+        QVERIFY2(columns(image, upper, near(QColor(QLatin1String(color)), 30), 1).size() > 100, color);
     for (const char* color : {"#7b3f9e", "#a0522d", "#16808c", "#6b6b6b"})
-        QVERIFY2(countPixels(image, QColor(QLatin1String(color)), 30, lower) > 50, color);
+        QVERIFY2(
+            columns(image, upper.translated(0, upper.height()), near(QColor(QLatin1String(color)), 30), 1)
+                    .size() > 50,
+            color);
 }
 
 void TestDemo::badInputEndsWithMessageAndExitCode_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QByteArray>("securities"); // replaces the sample file when not empty
-    QTest::addColumn<QString>("display");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QString>("message"); // a regular expression over stdout and stderr
-
-    const QString offscreen = QStringLiteral("offscreen");
-    const QString usage = QStringLiteral("\nUsage: plot2d-demo ");
-    const QStringList shot{QStringLiteral("--screenshot"), m_dir.filePath(QStringLiteral("out.png"))};
-    QTest::newRow("missing bound column") << shot << sampleSecurities("bid", QByteArray()) << offscreen << 1
-                                          << QStringLiteral("securities\\.csv:1: missing column \"bid\"");
-    QTest::newRow("help without display") << QStringList{QStringLiteral("--help")} << QByteArray()
-                                          << QString() << 0 << QStringLiteral("--screenshot <FILE>");
-    QTest::newRow("version without display")
-        << QStringList{QStringLiteral("--version")} << QByteArray() << QString() << 0
-        << QStringLiteral("^plot2d-demo \\d+\\.\\d+\\.\\d+\n$");
-    QTest::newRow("no display") << QStringList() << QByteArray() << QString() << 1
-                                << QStringLiteral("^plot2d-demo: no display .*--screenshot FILE\\.png\n$");
-    QTest::newRow("display without X server")
-        << QStringList() << QByteArray() << QStringLiteral(":4242") << 1
-        << QStringLiteral(
-               "^plot2d-demo: no display \\(no X server on DISPLAY :4242\\).*--screenshot FILE\\.png\n$");
-    QTest::newRow("huge size") << shot +
-                                      QStringList{QStringLiteral("--size"), QStringLiteral("100000x100000")}
-                               << QByteArray() << offscreen << 2
-                               << QStringLiteral("3840x2160, got '100000x100000'") + usage;
-    QTest::newRow("tiny size") << shot + QStringList{QStringLiteral("--size"), QStringLiteral("10x10")}
-                               << QByteArray() << offscreen << 2
-                               << QStringLiteral("--size takes WIDTHxHEIGHT .* got '10x10'") + usage;
-    QTest::newRow("bad seed") << QStringList{QStringLiteral("--seed"), QStringLiteral("abc")} << QByteArray()
-                              << offscreen << 2 << QStringLiteral("--seed .* got 'abc'") + usage;
-    QTest::newRow("unknown curve") << shot + QStringList{QStringLiteral("--uncheck"),
-                                                         QStringLiteral("NoSuchCurve")}
-                                   << QByteArray() << offscreen << 2
-                                   << QStringLiteral("no legend row 'NoSuchCurve'") + usage;
-    QTest::newRow("stray argument") << QStringList{QStringLiteral("desk.ini")} << QByteArray() << offscreen
-                                    << 2 << QStringLiteral("unexpected argument 'desk.ini'") + usage;
-    QTest::newRow("unknown option") << QStringList{QStringLiteral("--colour")} << QByteArray() << offscreen
-                                    << 2 << QStringLiteral("Unknown option 'colour'\\.") + usage;
+    // The demo runs in the test's directory; `securities` replaces the sample file there when not
+    // empty, and `message` is a regular expression over stdout and stderr.
+    TestSupport::columns<QStringList, QByteArray, QString, int, QString>(
+        {"arguments", "securities", "display", "exitCode", "message"});
+    const auto row = [](const char* name, const char* arguments, const QByteArray& securities, int exitCode,
+                        const QByteArray& message, const QString& display = Offscreen) {
+        QTest::newRow(name) << words(arguments) << securities << display << exitCode
+                            << QString::fromUtf8(message);
+    };
+    const auto usageError = [&](const char* name, const char* arguments, const char* message) {
+        row(name, arguments, QByteArray(), 2, message + QByteArray("\nUsage: plot2d-demo "));
+    };
+    const char* shot = "--screenshot out.png";
+    row("missing bound column", shot, sampleSecurities("bid", QByteArray()), 1,
+        "securities\\.csv:1: missing column \"bid\"");
+    row("no data directory", "--data nowhere", QByteArray(), 1,
+        "cannot load market data: .*nowhere/boards\\.csv");
+    row("help without display", "--help", QByteArray(), 0, "--screenshot <FILE>", QString());
+    row("version without display", "--version", QByteArray(), 0, "^plot2d-demo \\d+\\.\\d+\\.\\d+\n$",
+        QString());
+    row("no display", "", QByteArray(), 1, "^plot2d-demo: no display .*--screenshot FILE\\.png\n$",
+        QString());
+    row("display without X server", "", QByteArray(), 1,
+        "^plot2d-demo: no display \\(no X server on DISPLAY :4242\\).*--screenshot FILE\\.png\n$",
+        QStringLiteral(":4242"));
+    usageError("huge size", "--screenshot out.png --size 100000x100000", "3840x2160, got '100000x100000'");
+    usageError("tiny size", "--screenshot out.png --size 10x10", "--size takes WIDTHxHEIGHT .* got '10x10'");
+    usageError("bad seed", "--seed abc", "--seed .* got 'abc'");
+    usageError("unknown curve", "--screenshot out.png --uncheck NoSuchCurve", "no legend row 'NoSuchCurve'");
+    usageError("stray argument", "desk.ini", "unexpected argument 'desk.ini'");
+    usageError("unknown option", "--colour", "Unknown option 'colour'\\.");
     // The futures row is line 3; price_step is column 9, cur_kotir 18, volat_min 20.
-    QTest::newRow("zero price step") << shot << sampleSecurities("price_step", "0") << offscreen << 1
-                                     << QStringLiteral("securities\\.csv:3:9: price_step must be positive");
-    QTest::newRow("negative price step")
-        << shot << sampleSecurities("price_step", "-0.01") << offscreen << 1
-        << QStringLiteral("securities\\.csv:3:9: price_step must be positive");
-    QTest::newRow("negative volatility")
-        << shot << sampleSecurities("volat_min", "-0.2") << offscreen << 1
-        << QStringLiteral("securities\\.csv:3:20: volat_min must be positive");
-    QTest::newRow("volatility bounds swapped")
-        << shot << sampleSecurities("volat_min", "0.5") << offscreen << 1
-        << QStringLiteral("securities\\.csv:3:20: volat_min 0.5 is above volat_max 0.45");
-    QTest::newRow("quote far outside strikes")
-        << shot << sampleSecurities("cur_kotir", "500") << offscreen << 1
-        << QStringLiteral("securities\\.csv:3:18: quote 500.00 lies far outside the strikes 55.00 to 95.00");
-    QTest::newRow("quote just outside strikes: a warning")
-        << shot << sampleSecurities("cur_kotir", "97.5") << offscreen << 0
-        << QStringLiteral("warning: .*securities\\.csv:3:18: quote 97.50 lies outside the strikes");
-    QTest::newRow("no volatility: a warning")
-        << shot << sampleSecurities("volat_max", "") << offscreen << 0
-        << QStringLiteral("warning: .*securities\\.csv:3:21: no volatility bounds");
+    for (const char* step : {"0", "-0.01"})
+        row(step, shot, sampleSecurities("price_step", step), 1,
+            "securities\\.csv:3:9: price_step must be positive");
+    row("negative volatility", shot, sampleSecurities("volat_min", "-0.2"), 1,
+        "securities\\.csv:3:20: volat_min must be positive");
+    row("volatility bounds swapped", shot, sampleSecurities("volat_min", "0.5"), 1,
+        "securities\\.csv:3:20: volat_min 0.5 is above volat_max 0.45");
+    row("quote far outside strikes", shot, sampleSecurities("cur_kotir", "500"), 1,
+        "securities\\.csv:3:18: quote 500.00 lies far outside the strikes 55.00 to 95.00");
+    row("quote just outside strikes: a warning", shot, sampleSecurities("cur_kotir", "97.5"), 0,
+        "warning: .*securities\\.csv:3:18: quote 97.50 lies outside the strikes");
+    row("no volatility: a warning", shot, sampleSecurities("volat_max", ""), 0,
+        "warning: .*securities\\.csv:3:21: no volatility bounds");
+    // One line under 300 characters, however long the cell.
+    row("2 MB cell", shot, sampleSecurities("price_step", QByteArray(2 << 20, 'x')), 1,
+        "^(?=[^\n]{1,300}\n$)plot2d-demo: cannot load market data: .*securities\\.csv:3:9: .*not a valid "
+        "decimal");
+    const QByteArray sample = sampleFile(QStringLiteral("securities.csv"));
+    row("duplicate key", shot, sample + sample.split('\n').at(1) + '\n', 1,
+        "securities\\.csv:" + QByteArray::number(sample.count('\n') + 1) +
+            ":1: the key \"1000\" is already on line 2");
 }
 
 void TestDemo::badInputEndsWithMessageAndExitCode()
 {
-    QFETCH(QStringList, arguments);
-    QFETCH(QByteArray, securities);
-    QFETCH(QString, display);
-    QFETCH(int, exitCode);
-    QFETCH(QString, message);
-
-    arguments << QStringLiteral("--settings") << m_dir.filePath(QStringLiteral("desk.ini"));
+    auto [arguments, securities, display, exitCode, message] =
+        TestSupport::fetch<QStringList, QByteArray, QString, int, QString>(
+            {"arguments", "securities", "display", "exitCode", "message"});
+    arguments << words("--settings desk.ini");
+    QFile::remove(m_dir.filePath(QStringLiteral("out.png")));
     if (!securities.isEmpty()) {
         TestSupport::writeFile(m_dir.path(), QStringLiteral("boards.csv"),
-                               readFile(TestSupport::sampleDataDir() + QStringLiteral("/boards.csv")));
+                               sampleFile(QStringLiteral("boards.csv")));
         TestSupport::writeFile(m_dir.path(), QStringLiteral("securities.csv"), securities);
-        arguments << QStringLiteral("--data") << m_dir.path();
+        arguments << words("--data .");
     }
-    Run run = runDemo(arguments, display);
-    const QString printed =
-        run.out + run.err.remove(QRegularExpression(QStringLiteral("QStandardPaths: [^\n]*\n")));
-    QCOMPARE(run.exitCode, exitCode);
-    QVERIFY2(printed.contains(QRegularExpression(message)), qPrintable(printed));
+    const auto [code, printed] = runDemo(arguments, display);
+    QCOMPARE(code, exitCode);
+    QVERIFY2(printed.contains(QRegularExpression(message)), qPrintable(printed.left(1000)));
     QCOMPARE(QFile::exists(m_dir.filePath(QStringLiteral("out.png"))),
              exitCode == 0 && arguments.contains(QStringLiteral("--screenshot")));
+    QVERIFY(!QFile::exists(m_dir.filePath(QStringLiteral("desk.ini"))));
 }
 
-void TestDemo::brokenDataEndsWithPositionedMessage()
+void TestDemo::settingsSavedAtOnceByTheWindowOnlyAndFailuresWarned()
 {
-    TestSupport::writeFile(m_dir.path(), QStringLiteral("boards.csv"),
-                           readFile(TestSupport::sampleDataDir() + QStringLiteral("/boards.csv")));
-    TestSupport::writeFile(m_dir.path(), QStringLiteral("securities.csv"),
-                           "sec_id:2,isin_id:1,stock_id:1\n1,1001,abc\n");
-    const Run badCell = runDemo({QStringLiteral("--data"), m_dir.path(), QStringLiteral("--no-live")});
-    QCOMPARE(badCell.exitCode, 1);
-    QVERIFY2(badCell.err.contains(QStringLiteral("cannot load market data: ")) &&
-                 badCell.err.contains(QStringLiteral("securities.csv:2:3:")),
-             qPrintable(badCell.err));
+    // Headless runs read the settings but never write them (the table's runs never create them).
+    const QByteArray saved = "[view]\ngrid=true\n";
+    const QString settings = TestSupport::writeFile(m_dir.path(), QStringLiteral("desk.ini"), saved);
+    QCOMPARE(runDemo(words("--settings desk.ini --uncheck Delta --screenshot a.png")).first, 0);
+    QCOMPARE(sampleFile(settings), saved);
+    QCOMPARE(runDemo(words("--settings desk.ini --uncheck Delta --print-legend-state")),
+             std::pair(0, QStringLiteral("unchecked: Delta\n")));
+    QCOMPARE(sampleFile(settings), saved);
 
-    const Run missing = runDemo({QStringLiteral("--data"), m_dir.filePath(QStringLiteral("nowhere"))});
-    QCOMPARE(missing.exitCode, 1);
-    QVERIFY2(missing.err.contains(QStringLiteral("boards.csv")), qPrintable(missing.err));
-}
-
-void TestDemo::legendChangeSurvivesKill()
-{
-    // The running desk saves a legend change at once, so a kill right after it loses nothing.
-    const QString settings = m_dir.filePath(QStringLiteral("desk.ini"));
+    // The window saves a legend change at once, so a kill right after it loses nothing.
     QProcess desk;
-    const QString stateFile = m_dir.filePath(QStringLiteral("state.json"));
-    startDemo(desk, {QStringLiteral("--settings"), settings, QStringLiteral("--uncheck"),
-                     QStringLiteral("Gamma"), QStringLiteral("--uncheck"), QStringLiteral("Half time"),
-                     QStringLiteral("--state-file"), stateFile});
-    QVERIFY(desk.waitForStarted());
+    startDemo(desk, words("--settings desk.ini --state-file state.json --uncheck Gamma --uncheck")
+                        << QStringLiteral("Half time"));
     // The first state dump comes from the event loop, after both rows were unticked.
-    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(stateFile), 30000);
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(m_dir.filePath(QStringLiteral("state.json"))), 30000);
     desk.kill();
     desk.waitForFinished();
+    QCOMPARE(runDemo(words("--settings desk.ini --print-legend-state")),
+             std::pair(0, QStringLiteral("unchecked: Half time, Gamma\n")));
 
-    const Run restarted =
-        runDemo({QStringLiteral("--settings"), settings, QStringLiteral("--print-legend-state")});
-    QCOMPARE(restarted.exitCode, 0);
-    QCOMPARE(restarted.out.trimmed(), QStringLiteral("unchecked: Half time, Gamma"));
-}
-
-void TestDemo::unwritableSettingsWarnAndDeskRuns()
-{
     // A regular file where the settings' directory should be: not even root can write there.
     TestSupport::writeFile(m_dir.path(), QStringLiteral("file"), "x");
-    const QString settings = m_dir.filePath(QStringLiteral("file/desk.ini"));
-    QProcess desk;
-    startDemo(desk,
-              {QStringLiteral("--settings"), settings, QStringLiteral("--uncheck"), QStringLiteral("Delta")});
-    QVERIFY(desk.waitForStarted());
+    startDemo(desk, words("--settings file/desk.ini --uncheck Delta"));
     QByteArray err;
     QTRY_VERIFY_WITH_TIMEOUT((err += desk.readAllStandardError()).contains("cannot write settings"), 30000);
     QCOMPARE(err.count("cannot write settings"), 1);
-    QVERIFY(err.contains(settings.toUtf8()));
+    QVERIFY(err.contains("file/desk.ini"));
     QCOMPARE(desk.state(), QProcess::Running);
     desk.terminate();
     QVERIFY(desk.waitForFinished());
-}
-
-void TestDemo::headlessRunsNeverWriteSettings()
-{
-    const QString settings = m_dir.filePath(QStringLiteral("desk.ini"));
-    const QByteArray saved = "[view]\ngrid=true\n";
-    TestSupport::writeFile(m_dir.path(), QStringLiteral("desk.ini"), saved);
-    const QStringList unticked{QStringLiteral("--settings"), settings, QStringLiteral("--uncheck"),
-                               QStringLiteral("Delta")};
-    QCOMPARE(runDemo(unticked +
-                     QStringList{QStringLiteral("--screenshot"), m_dir.filePath(QStringLiteral("a.png"))})
-                 .exitCode,
-             0);
-    QCOMPARE(runDemo(unticked + QStringList{QStringLiteral("--print-legend-state")}).out.trimmed(),
-             QStringLiteral("unchecked: Delta"));
-    QCOMPARE(readFile(settings), saved);
-
-    const QString absent = m_dir.filePath(QStringLiteral("absent.ini"));
-    QCOMPARE(runDemo({QStringLiteral("--settings"), absent, QStringLiteral("--print-legend-state")}).exitCode,
-             0);
-    QVERIFY(!QFile::exists(absent));
 }
 
 PLOT2D_TEST_MAIN(TestDemo)

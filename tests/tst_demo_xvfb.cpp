@@ -1,5 +1,6 @@
 // Drives the real demo window on an Xvfb display with xdotool, and checks the desk by the state it
 // dumps (--state-file) and by the pixels on the screen.
+#include "screenpixels.h"
 #include "testsupport.h"
 
 #include <QImage>
@@ -10,7 +11,13 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <functional>
+#include <numeric>
+
+#ifndef PLOT2D_DEMO_EXECUTABLE
+#define PLOT2D_DEMO_EXECUTABLE ""
+#endif
 
 namespace {
 
@@ -18,33 +25,33 @@ constexpr int TimeoutMs = 20000;
 using State = QJsonObject;
 
 // A value of the state by its path, "pnl/readout/price".
-QJsonValue at(const State& state, const QString& path)
+QJsonValue at(const State& state, const char* path)
 {
     QJsonValue value = state;
-    for (const QString& key : path.split(QLatin1Char('/')))
+    for (const QString& key : QString::fromLatin1(path).split(QLatin1Char('/')))
         value = value.toObject().value(key);
     return value;
 }
 
-double number(const State& state, const QString& path)
+double number(const State& state, const char* path)
 {
     const QJsonValue value = at(state, path);
     return value.isString() ? value.toString().toDouble() : value.toDouble();
 }
 
-QRect rect(const State& state, const QString& path)
+QRect rect(const State& state, const char* path)
 {
     const QJsonArray a = at(state, path).toArray();
     return QRect(a.at(0).toInt(), a.at(1).toInt(), a.at(2).toInt(), a.at(3).toInt());
 }
 
-double span(const State& state, const QString& rangePath)
+double span(const State& state, const char* rangePath)
 {
     const QJsonArray range = at(state, rangePath).toArray();
     return range.at(1).toDouble() - range.at(0).toDouble();
 }
 
-QStringList strings(const State& state, const QString& path)
+QStringList strings(const State& state, const char* path)
 {
     QStringList list;
     for (const QJsonValue& value : at(state, path).toArray())
@@ -52,25 +59,21 @@ QStringList strings(const State& state, const QString& path)
     return list;
 }
 
-// The price a cursor at global x points at, from the screen columns of the range's ends.
-double priceAt(const State& state, const QString& plot, int globalX)
+// The P&L readout is shown at the price a cursor at global x points at, from the screen columns of
+// the price range's ends.
+bool readoutAt(const State& state, int globalX)
 {
-    const QJsonArray x = at(state, plot + QStringLiteral("/x")).toArray();
-    const QJsonArray pixels = at(state, plot + QStringLiteral("/xPixels")).toArray();
-    const double lower = x.at(0).toDouble();
+    const QJsonArray x = at(state, "pnl/x").toArray();
+    const QJsonArray pixels = at(state, "pnl/xPixels").toArray();
     const double left = pixels.at(0).toDouble();
-    return lower + (globalX - left) * (x.at(1).toDouble() - lower) / (pixels.at(1).toDouble() - left);
-}
-
-bool readoutAt(const State& state, const QString& plot, int globalX)
-{
-    return at(state, plot + QStringLiteral("/readout/active")).toBool() &&
-           qAbs(number(state, plot + QStringLiteral("/readout/price")) - priceAt(state, plot, globalX)) < 0.1;
+    const double price = x.at(0).toDouble() + (globalX - left) * (x.at(1).toDouble() - x.at(0).toDouble()) /
+                                                  (pixels.at(1).toDouble() - left);
+    return at(state, "pnl/readout/active").toBool() && qAbs(number(state, "pnl/readout/price") - price) < 0.1;
 }
 
 bool linked(const State& state)
 {
-    return at(state, QStringLiteral("pnl/x")) == at(state, QStringLiteral("greeks/x"));
+    return at(state, "pnl/x") == at(state, "greeks/x");
 }
 
 // True when the labels stand at one spacing but for at most `holes` single labels dropped (the
@@ -80,51 +83,18 @@ bool evenlySpaced(const QStringList& labels, int holes)
     QList<double> gaps;
     for (int i = 1; i < labels.size(); ++i)
         gaps.append(labels.at(i).toDouble() - labels.at(i - 1).toDouble());
-    if (gaps.isEmpty())
-        return false;
-    const double step = *std::min_element(gaps.cbegin(), gaps.cend());
-    for (double gap : gaps) {
-        if (qAbs(gap - 2 * step) < 1e-9)
-            --holes;
-        else if (qAbs(gap - step) > 1e-9)
-            return false;
-    }
-    return holes >= 0;
+    const double step = gaps.isEmpty() ? 0.0 : *std::min_element(gaps.cbegin(), gaps.cend());
+    const auto near = [](double a, double b) { return qAbs(a - b) < 1e-9; };
+    return step > 0.0 && std::all_of(gaps.cbegin(), gaps.cend(), [&](double gap) {
+               return near(gap, step) || (near(gap, 2 * step) && holes-- > 0);
+           });
 }
 
 // The mean column of the red pixels of `screen` inside `area`, or -1 when there are none.
 int redColumn(const QImage& screen, const QRect& area)
 {
-    long sum = 0;
-    int count = 0;
-    for (int y = area.top(); y <= area.bottom(); ++y) {
-        for (int x = area.left(); x <= area.right(); ++x) {
-            const QRgb pixel = screen.pixel(x, y);
-            if (qRed(pixel) > 200 && qGreen(pixel) < 80 && qBlue(pixel) < 80) {
-                sum += x;
-                ++count;
-            }
-        }
-    }
-    return count == 0 ? -1 : int(sum / count);
-}
-
-// Columns of `area` that the grid's major lines cover over most of its height.
-QList<int> gridColumns(const QImage& screen, const QRect& area)
-{
-    QList<int> columns;
-    for (int x = area.left(); x <= area.right(); ++x) {
-        int grid = 0;
-        for (int y = area.top(); y <= area.bottom(); ++y) {
-            const QRgb pixel = screen.pixel(x, y);
-            grid += qAbs(qRed(pixel) - 0xb2) + qAbs(qGreen(pixel) - 0xbe) + qAbs(qBlue(pixel) - 0xb5) < 24
-                        ? 1
-                        : 0;
-        }
-        if (grid > area.height() / 2)
-            columns.append(x);
-    }
-    return columns;
+    const QList<int> red = ScreenPixels::columns(screen, area, ScreenPixels::near(Qt::red, 60), 1);
+    return red.isEmpty() ? -1 : std::accumulate(red.cbegin(), red.cend(), 0) / red.size();
 }
 
 } // namespace
@@ -135,146 +105,114 @@ class TestDemoXvfb : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void cleanupTestCase();
     void priceAxisKeepsLabelsAndQuoteLabelFollowsQuote();
-    void readoutFollowsCursor();
-    void wheelAndDragMoveBothPriceAxes();
-    void legendClicksHideCurvesAndKeepLabels();
-    void resizeRelayoutsLabels();
+    void readoutFollowsCursorAndBothPriceAxesZoomAndPan();
+    void hiddenQuoteKeepsEveryLabelThroughResize();
     void closeAndRestartRestoreTheDesk();
 
 private:
-    QProcessEnvironment displayEnvironment() const;
     void startDesk();
+    // Runs `program` on the display; false unless it ends well in time.
+    bool run(const QString& program, const QStringList& arguments);
     // One xdotool command line; arguments are separated by single blanks.
-    bool xdotool(const QString& command);
-    bool moveMouse(const QPoint& global);
+    bool xdotool(const QString& command)
+    {
+        return run(QStringLiteral("xdotool"), command.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    }
+    // Moves the pointer to `global`, then does `action` there ("click 4" wheels in).
+    bool mouse(const QPoint& global, const char* action = "")
+    {
+        return xdotool(
+            QStringLiteral("mousemove %1 %2 %3").arg(global.x()).arg(global.y()).arg(QLatin1String(action)));
+    }
     bool drag(const QPoint& from, const QPoint& by);
     QImage grabScreen();
-    State state() const;
-    // Polls the desk's state until `ready` holds; false (and the state logged) after the timeout.
-    bool waitFor(const std::function<bool(const State&)>& ready, State* last = nullptr);
+    // Polls the desk's state into m_state until `ready` holds, keeping the one before in m_before;
+    // false (and the state logged) after the timeout.
+    bool waitFor(const std::function<bool()>& ready);
 
     QTemporaryDir m_dir;
-    QProcess m_xvfb;
+    QProcess m_xvfb; // killed after the desk when the test ends
     QProcess m_desk;
-    QString m_display;
-    State m_beforeClose;
+    QProcessEnvironment m_display;
+    State m_state;
+    State m_before;
 };
 
 void TestDemoXvfb::initTestCase()
 {
-#ifndef PLOT2D_DEMO_EXECUTABLE
-    QSKIP("the demo is not built (PLOT2D_BUILD_EXAMPLES=OFF)");
-#endif
+    if (QStringLiteral(PLOT2D_DEMO_EXECUTABLE).isEmpty())
+        QSKIP("the demo is not built (PLOT2D_BUILD_EXAMPLES=OFF)");
     const QString xvfb = QStandardPaths::findExecutable(QStringLiteral("Xvfb"));
     if (xvfb.isEmpty())
         QSKIP("Xvfb is not installed");
     QVERIFY2(!QStandardPaths::findExecutable(QStringLiteral("xdotool")).isEmpty(),
              "xdotool is missing (scripts/install-deps.sh installs it)");
-    QVERIFY(m_dir.isValid());
 
     // Xvfb picks a free display and prints its number.
     m_xvfb.start(xvfb,
                  QStringLiteral("-displayfd 1 -screen 0 1600x1000x24 -nolisten tcp").split(QLatin1Char(' ')));
-    QVERIFY(m_xvfb.waitForStarted());
     QTRY_VERIFY_WITH_TIMEOUT(m_xvfb.canReadLine(), TimeoutMs);
-    m_display = QLatin1Char(':') + QString::fromLatin1(m_xvfb.readLine().trimmed());
+    m_display = QProcessEnvironment::systemEnvironment();
+    m_display.remove(QStringLiteral("WAYLAND_DISPLAY"));
+    m_display.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    m_display.insert(QStringLiteral("DISPLAY"),
+                     QLatin1Char(':') + QString::fromLatin1(m_xvfb.readLine().trimmed()));
     startDesk();
-}
-
-void TestDemoXvfb::cleanupTestCase()
-{
-    for (QProcess* process : {&m_desk, &m_xvfb}) {
-        if (process->state() != QProcess::NotRunning) {
-            process->terminate();
-            if (!process->waitForFinished(5000))
-                process->kill();
-        }
-    }
-}
-
-QProcessEnvironment TestDemoXvfb::displayEnvironment() const
-{
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.remove(QStringLiteral("WAYLAND_DISPLAY"));
-    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-    env.insert(QStringLiteral("DISPLAY"), m_display);
-    return env;
 }
 
 void TestDemoXvfb::startDesk()
 {
-#ifdef PLOT2D_DEMO_EXECUTABLE
-    const QString stateFile = m_dir.filePath(QStringLiteral("state.json"));
-    QFile::remove(stateFile);
-    m_desk.setProcessEnvironment(displayEnvironment());
+    QFile::remove(m_dir.filePath(QStringLiteral("state.json")));
+    m_desk.setProcessEnvironment(m_display);
     m_desk.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_desk.start(QStringLiteral(PLOT2D_DEMO_EXECUTABLE),
-                 {QStringLiteral("--settings"), m_dir.filePath(QStringLiteral("desk.ini")),
-                  QStringLiteral("--state-file"), stateFile, QStringLiteral("--seed"), QStringLiteral("7")});
-    QVERIFY(m_desk.waitForStarted());
-    QVERIFY2(waitFor([](const State& s) { return !strings(s, QStringLiteral("pnl/labels")).isEmpty(); }),
+    m_desk.setWorkingDirectory(m_dir.path());
+    m_desk.start(
+        QStringLiteral(PLOT2D_DEMO_EXECUTABLE),
+        QStringLiteral("--settings desk.ini --state-file state.json --seed 7").split(QLatin1Char(' ')));
+    QVERIFY2(waitFor([this] { return !strings(m_state, "pnl/labels").isEmpty(); }),
              "the desk never showed its price labels");
-#endif
 }
 
-bool TestDemoXvfb::xdotool(const QString& command)
+bool TestDemoXvfb::run(const QString& program, const QStringList& arguments)
 {
-    QProcess tool;
-    tool.setProcessEnvironment(displayEnvironment());
-    tool.start(QStringLiteral("xdotool"), command.split(QLatin1Char(' ')));
-    return tool.waitForFinished(TimeoutMs) && tool.exitStatus() == QProcess::NormalExit &&
-           tool.exitCode() == 0;
-}
-
-bool TestDemoXvfb::moveMouse(const QPoint& global)
-{
-    return xdotool(QStringLiteral("mousemove %1 %2").arg(global.x()).arg(global.y()));
+    QProcess process;
+    process.setProcessEnvironment(m_display);
+    process.start(program, arguments);
+    return process.waitForFinished(TimeoutMs) && process.exitStatus() == QProcess::NormalExit &&
+           process.exitCode() == 0;
 }
 
 bool TestDemoXvfb::drag(const QPoint& from, const QPoint& by)
 {
-    bool ok = moveMouse(from) && xdotool(QStringLiteral("mousedown 1"));
+    bool ok = mouse(from, "mousedown 1");
     for (int step = 1; step <= 4; ++step)
-        ok = ok && moveMouse(from + by * step / 4);
+        ok = ok && mouse(from + by * step / 4);
     return xdotool(QStringLiteral("mouseup 1")) && ok;
 }
 
 QImage TestDemoXvfb::grabScreen()
 {
-#ifdef PLOT2D_SCREENGRAB
     const QString file = m_dir.filePath(QStringLiteral("screen.png"));
-    QProcess grab;
-    grab.setProcessEnvironment(displayEnvironment());
-    grab.start(QStringLiteral(PLOT2D_SCREENGRAB), {file});
-    if (grab.waitForFinished(TimeoutMs) && grab.exitCode() == 0)
-        return QImage(file).convertToFormat(QImage::Format_RGB32);
-#endif
-    return QImage();
+    return run(QStringLiteral(PLOT2D_SCREENGRAB), {file}) ? QImage(file) : QImage();
 }
 
-State TestDemoXvfb::state() const
+bool TestDemoXvfb::waitFor(const std::function<bool()>& ready)
 {
-    QFile file(m_dir.filePath(QStringLiteral("state.json")));
-    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : State();
-}
-
-bool TestDemoXvfb::waitFor(const std::function<bool(const State&)>& ready, State* last)
-{
-    State current;
+    m_before = m_state;
     QElapsedTimer timer;
     timer.start();
-    while (!ready(current = state())) {
+    for (;;) {
+        QFile file(m_dir.filePath(QStringLiteral("state.json")));
+        m_state = file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : State();
+        if (ready())
+            return true;
         if (timer.elapsed() > TimeoutMs || m_desk.state() == QProcess::NotRunning) {
-            qWarning("last state: %s", QJsonDocument(current).toJson(QJsonDocument::Compact).constData());
+            qWarning("last state: %s", QJsonDocument(m_state).toJson(QJsonDocument::Compact).constData());
             return false;
         }
         QTest::qWait(50);
     }
-    if (last)
-        *last = current;
-    return true;
 }
 
 void TestDemoXvfb::priceAxisKeepsLabelsAndQuoteLabelFollowsQuote()
@@ -282,181 +220,136 @@ void TestDemoXvfb::priceAxisKeepsLabelsAndQuoteLabelFollowsQuote()
     // The live quote starts at 74.35 and moves every second; each price axis must repaint its red
     // label with every move, not only at the next zoom.
     QList<double> quotes{74.35};
-    State s;
     for (int moves = 0; moves < 3; ++moves) {
-        QVERIFY(waitFor(
-            [&](const State& now) {
-                const double quote = number(now, QStringLiteral("pnl/quote"));
-                return !quotes.contains(quote) &&
-                       number(now, QStringLiteral("paintedAxisQuote/pnl")) == quote &&
-                       number(now, QStringLiteral("paintedAxisQuote/greeks")) == quote;
-            },
-            &s));
-        quotes.append(number(s, QStringLiteral("pnl/quote")));
+        QVERIFY(waitFor([&] {
+            const double quote = number(m_state, "pnl/quote");
+            return !quotes.contains(quote) && number(m_state, "paintedAxisQuote/pnl") == quote &&
+                   number(m_state, "paintedAxisQuote/greeks") == quote;
+        }));
+        quotes.append(number(m_state, "pnl/quote"));
     }
-    const QStringList labels = strings(s, QStringLiteral("pnl/labels"));
+    const QStringList labels = strings(m_state, "pnl/labels");
     QVERIFY2(labels.size() >= 7 && evenlySpaced(labels, 1), qPrintable(labels.join(QLatin1Char(' '))));
-    QCOMPARE(at(s, QStringLiteral("statusQuote")).toString(),
-             QStringLiteral("Quote %1").arg(quotes.last(), 0, 'f', 2));
+    QCOMPARE(at(m_state, "statusQuote").toString(), QStringLiteral("Quote %1").arg(quotes.last(), 0, 'f', 2));
 
     // On the screen, the red axis label stands under the red quote line.
     const QImage screen = grabScreen();
     QVERIFY(!screen.isNull());
-    const QRect canvas = rect(s, QStringLiteral("pnl/canvas"));
+    const QRect canvas = rect(m_state, "pnl/canvas");
     const int line = redColumn(screen, canvas.adjusted(0, canvas.height() / 2, 0, 0));
-    const int label = redColumn(screen, rect(s, QStringLiteral("pnl/xScale")));
+    const int label = redColumn(screen, rect(m_state, "pnl/xScale"));
     QVERIFY2(line > 0 && label > 0 && qAbs(line - label) <= 6,
              qPrintable(QStringLiteral("line at %1, label at %2").arg(line).arg(label)));
 }
 
-void TestDemoXvfb::readoutFollowsCursor()
+void TestDemoXvfb::readoutFollowsCursorAndBothPriceAxesZoomAndPan()
 {
-    const QRect canvas = rect(state(), QStringLiteral("pnl/canvas"));
+    const QRect canvas = rect(m_state, "pnl/canvas");
     for (double at : {0.3, 0.55, 0.8}) {
         const QPoint cursor(canvas.left() + int(at * canvas.width()), canvas.center().y());
-        QVERIFY(moveMouse(cursor));
-        State s;
-        QVERIFY(
-            waitFor([&](const State& now) { return readoutAt(now, QStringLiteral("pnl"), cursor.x()); }, &s));
+        QVERIFY(mouse(cursor) && waitFor([&] { return readoutAt(m_state, cursor.x()); }));
         QCOMPARE(
-            ::at(s, QStringLiteral("pnl/readout/values")).toObject().keys(),
-            (QStringList{QStringLiteral("At expiry"), QStringLiteral("Half time"), QStringLiteral("Today")}));
-        QVERIFY(!::at(s, QStringLiteral("greeks/readout/active")).toBool());
+            ::at(m_state, "pnl/readout/values").toObject().keys(),
+            QStringList({QStringLiteral("At expiry"), QStringLiteral("Half time"), QStringLiteral("Today")}));
+        QVERIFY(!::at(m_state, "greeks/readout/active").toBool());
     }
-}
-
-void TestDemoXvfb::wheelAndDragMoveBothPriceAxes()
-{
-    const QString pnlX = QStringLiteral("pnl/x");
-    State before = state();
-    State s;
-    const QPoint centre = rect(before, QStringLiteral("pnl/canvas")).center();
-
     // Wheel in over the P&L canvas: both price axes narrow, the readout follows the new prices.
-    QVERIFY(moveMouse(centre) && xdotool(QStringLiteral("click 4")));
-    QVERIFY(waitFor(
-        [&](const State& now) {
-            return span(now, pnlX) < span(before, pnlX) && linked(now) &&
-                   readoutAt(now, QStringLiteral("pnl"), centre.x());
-        },
-        &s));
+    QVERIFY(mouse(canvas.center(), "click 4") && waitFor([&] {
+                return span(m_state, "pnl/x") < span(m_before, "pnl/x") && linked(m_state) &&
+                       readoutAt(m_state, canvas.center().x());
+            }));
+
+    const auto lower = [](const State& state) { return at(state, "pnl/x").toArray().at(0).toDouble(); };
+    const auto centre = [this](const char* path) { return rect(m_state, path).center(); };
+    const auto narrower = [this] {
+        return span(m_state, "pnl/x") < span(m_before, "pnl/x") && linked(m_state);
+    };
 
     // Drag the greeks' canvas to the left: both plots pan to higher prices.
-    before = s;
-    QVERIFY(drag(rect(s, QStringLiteral("greeks/canvas")).center(), QPoint(-100, 0)));
-    const auto lower = [&](const State& state) { return at(state, pnlX).toArray().at(0).toDouble(); };
-    QVERIFY(waitFor([&](const State& now) { return lower(now) > lower(before) + 1.0 && linked(now); }, &s));
-
-    // Drag along the P&L price scale to the left: zoom in.
-    before = s;
-    QVERIFY(drag(rect(s, QStringLiteral("pnl/xScale")).center(), QPoint(-30, 0)));
-    QVERIFY(
-        waitFor([&](const State& now) { return span(now, pnlX) < span(before, pnlX) && linked(now); }, &s));
-    QVERIFY(strings(s, QStringLiteral("pnl/labels")).size() >= 4);
-
-    // Wheel out over the price scale.
-    before = s;
-    QVERIFY(moveMouse(rect(s, QStringLiteral("pnl/xScale")).center()) && xdotool(QStringLiteral("click 5")));
-    QVERIFY(
-        waitFor([&](const State& now) { return span(now, pnlX) > span(before, pnlX) && linked(now); }, &s));
+    QVERIFY(drag(centre("greeks/canvas"), QPoint(-100, 0)) &&
+            waitFor([&] { return lower(m_state) > lower(m_before) + 1.0 && linked(m_state); }));
+    // Drag along the P&L price scale to the left: zoom in; then wheel out over it.
+    QVERIFY(drag(centre("pnl/xScale"), QPoint(-30, 0)) && waitFor(narrower));
+    QVERIFY(strings(m_state, "pnl/labels").size() >= 4);
+    QVERIFY(mouse(centre("pnl/xScale"), "click 5") &&
+            waitFor([this] { return span(m_state, "pnl/x") > span(m_before, "pnl/x") && linked(m_state); }));
 
     // Wheel over the greeks' value scale zooms that axis alone and ends its autoscale.
-    before = s;
-    QVERIFY(moveMouse(rect(s, QStringLiteral("greeks/yScale")).center()) &&
-            xdotool(QStringLiteral("click 4")));
-    QVERIFY(waitFor([&](const State& now) {
-        return span(now, QStringLiteral("greeks/y")) < span(before, QStringLiteral("greeks/y")) &&
-               !at(now, QStringLiteral("greeks/autoscale")).toBool() && at(now, pnlX) == at(before, pnlX);
-    }));
+    QVERIFY(mouse(centre("greeks/yScale"), "click 4") && waitFor([this] {
+                return span(m_state, "greeks/y") < span(m_before, "greeks/y") &&
+                       !at(m_state, "greeks/autoscale").toBool() &&
+                       at(m_state, "pnl/x") == at(m_before, "pnl/x");
+            }));
 }
 
-void TestDemoXvfb::legendClicksHideCurvesAndKeepLabels()
+void TestDemoXvfb::hiddenQuoteKeepsEveryLabelThroughResize()
 {
-    const State s0 = state();
-    const auto box = [&](const QString& path) {
-        const QJsonArray a = at(s0, path).toArray();
-        return QPoint(a.at(0).toInt(), a.at(1).toInt());
-    };
-    QVERIFY(moveMouse(box(QStringLiteral("pnl/legend/checkBoxes/Quote"))) &&
-            xdotool(QStringLiteral("click 1")));
-    QVERIFY(moveMouse(box(QStringLiteral("greeks/legend/checkBoxes/Delta"))) &&
-            xdotool(QStringLiteral("click 1")));
+    // A check box is given by its point on the screen.
+    QVERIFY(mouse(rect(m_state, "pnl/legend/checkBoxes/Quote").topLeft(), "click 1"));
+    QVERIFY(mouse(rect(m_state, "greeks/legend/checkBoxes/Delta").topLeft(), "click 1"));
 
     // With the quote line hidden no quote label competes for room: no label gives way, and the
     // axis shows no red.
-    State s;
-    QVERIFY(waitFor(
-        [](const State& now) {
-            return strings(now, QStringLiteral("pnl/legend/unchecked")) ==
-                       QStringList{QStringLiteral("Quote")} &&
-                   strings(now, QStringLiteral("greeks/legend/unchecked")) ==
-                       QStringList{QStringLiteral("Delta")} &&
-                   number(now, QStringLiteral("paintedAxisQuote/pnl")) == 0.0;
-        },
-        &s));
-    const QStringList labels = strings(s, QStringLiteral("pnl/labels"));
+    QVERIFY(waitFor([this] {
+        return strings(m_state, "pnl/legend/unchecked") == QStringList{QStringLiteral("Quote")} &&
+               strings(m_state, "greeks/legend/unchecked") == QStringList{QStringLiteral("Delta")} &&
+               number(m_state, "paintedAxisQuote/pnl") == 0.0;
+    }));
+    const QStringList labels = strings(m_state, "pnl/labels");
     QVERIFY2(labels.size() >= 5 && evenlySpaced(labels, 0), qPrintable(labels.join(QLatin1Char(' '))));
-    QCOMPARE(redColumn(grabScreen(), rect(s, QStringLiteral("pnl/xScale"))), -1);
+    QCOMPARE(redColumn(grabScreen(), rect(m_state, "pnl/xScale")), -1);
 
     // The greeks' readout lists the visible curves only.
-    QVERIFY(moveMouse(rect(s, QStringLiteral("greeks/canvas")).center()));
-    QVERIFY(waitFor([](const State& now) {
-        return at(now, QStringLiteral("greeks/readout/values")).toObject().keys() ==
-               QStringList{QStringLiteral("Gamma"), QStringLiteral("Theta"), QStringLiteral("Vega")};
-    }));
-}
+    QVERIFY(mouse(rect(m_state, "greeks/canvas").center()) && waitFor([this] {
+                return at(m_state, "greeks/readout/values").toObject().keys() ==
+                       QStringList{QStringLiteral("Gamma"), QStringLiteral("Theta"), QStringLiteral("Vega")};
+            }));
 
-void TestDemoXvfb::resizeRelayoutsLabels()
-{
-    // The hidden quote keeps the P&L labels still. A resize relayouts them at once: the first
-    // state the desk reports at the new size already shows the labels of that size.
-    const QStringList labels = strings(state(), QStringLiteral("pnl/labels"));
-    const auto resizedTo = [this](int width, int height, State* s) {
+    // A resize relayouts the labels at once: the first state the desk reports at the new size already
+    // shows the labels of that size.
+    const auto resizedTo = [this](int width, int height) {
         // "%1" is xdotool's: the window found.
         return xdotool(QStringLiteral("search --sync --name desk: windowsize %1 ") + QString::number(width) +
                        QLatin1Char(' ') + QString::number(height)) &&
-               waitFor(
-                   [width](const State& now) { return rect(now, QStringLiteral("window")).width() == width; },
-                   s);
+               waitFor([this, width] { return rect(m_state, "window").width() == width; });
     };
-    State s;
-    QVERIFY(resizedTo(380, 280, &s));
-    const QStringList small = strings(s, QStringLiteral("pnl/labels"));
+    QVERIFY(resizedTo(380, 280));
+    const QStringList small = strings(m_state, "pnl/labels");
     QVERIFY2(small.size() >= 2 && small.size() < labels.size(), qPrintable(small.join(QLatin1Char(' '))));
 
-    QVERIFY(resizedTo(1200, 700, &s));
-    QCOMPARE(strings(s, QStringLiteral("pnl/labels")), labels);
-    m_beforeClose = s;
+    QVERIFY(resizedTo(1200, 700));
+    QCOMPARE(strings(m_state, "pnl/labels"), labels);
 }
 
 void TestDemoXvfb::closeAndRestartRestoreTheDesk()
 {
     // Ctrl+Q closes the window as the user would; the restarted desk is the one that was left.
+    const State left = m_state;
     QVERIFY(xdotool(QStringLiteral("search --sync --name desk: windowfocus --sync %1")));
     QVERIFY(xdotool(QStringLiteral("key ctrl+q")));
     QVERIFY(m_desk.waitForFinished(TimeoutMs));
     QCOMPARE(m_desk.exitCode(), 0);
 
     startDesk();
-    const State left = m_beforeClose;
-    State s;
-    QVERIFY(waitFor(
-        [&](const State& now) {
-            for (const char* path : {"pnl/legend/unchecked", "greeks/legend/unchecked", "pnl/x",
-                                     "pnl/autoscale", "greeks/autoscale", "greeks/y"}) {
-                if (at(now, QLatin1String(path)) != at(left, QLatin1String(path)))
-                    return false;
-            }
-            return rect(now, QStringLiteral("window")).size() == rect(left, QStringLiteral("window")).size();
-        },
-        &s));
-    QCOMPARE(strings(s, QStringLiteral("greeks/legend/unchecked")), QStringList{QStringLiteral("Delta")});
+    QVERIFY(waitFor([&] {
+        for (const char* path : {"pnl/legend/unchecked", "greeks/legend/unchecked", "pnl/x", "pnl/autoscale",
+                                 "greeks/autoscale", "greeks/y"}) {
+            if (at(m_state, path) != at(left, path))
+                return false;
+        }
+        return rect(m_state, "window").size() == rect(left, "window").size();
+    }));
+    QCOMPARE(strings(m_state, "greeks/legend/unchecked"), QStringList{QStringLiteral("Delta")});
 
-    // On the screen both canvases show their grid at the same columns: the panels line up.
+    // On the screen both canvases show their grid's major lines at the same columns: the panels line up.
     const QImage screen = grabScreen();
-    const QList<int> pnl = gridColumns(screen, rect(s, QStringLiteral("pnl/canvas")));
-    QVERIFY(pnl.size() >= 5);
-    QCOMPARE(gridColumns(screen, rect(s, QStringLiteral("greeks/canvas"))), pnl);
+    const auto gridColumns = [&](const char* canvas) {
+        const QRect area = rect(m_state, canvas);
+        return ScreenPixels::columns(screen, area, ScreenPixels::near(QColor(0xb2, 0xbe, 0xb5), 8),
+                                     area.height() / 2 + 1);
+    };
+    QVERIFY(gridColumns("pnl/canvas").size() >= 5);
+    QCOMPARE(gridColumns("greeks/canvas"), gridColumns("pnl/canvas"));
 }
 
 PLOT2D_TEST_MAIN(TestDemoXvfb)

@@ -86,6 +86,21 @@ const QwtPointArrayData* arraySeries(const QwtSeriesData<QPointF>* series)
 static_assert(std::is_same<qreal, double>::value && sizeof(QPointF) == 2 * sizeof(double),
               "the index reads QPointF arrays as interleaved doubles");
 
+// The first index in [lower, upper) where `holds` is true; `holds` must be false, then true, along
+// the range. Indices rather than iterators, since the samples may be strided.
+template <typename Predicate>
+int firstWhere(int lower, int upper, Predicate holds)
+{
+    while (lower < upper) {
+        const int middle = lower + (upper - lower) / 2;
+        if (holds(middle))
+            upper = middle;
+        else
+            lower = middle + 1;
+    }
+    return lower;
+}
+
 // Folds in sample order: std::min and std::max keep the earlier value on ties.
 void foldMinMax(std::pair<double, double>& total, double low, double high)
 {
@@ -209,16 +224,7 @@ std::pair<double, double> YRangeIndex::yMinMax(int from, int to) const
 
 int YRangeIndex::upperBound(double value) const
 {
-    int lower = 0;
-    int upper = m_firstNonFinite;
-    while (lower < upper) {
-        const int middle = lower + (upper - lower) / 2;
-        if (value < x(middle))
-            upper = middle;
-        else
-            lower = middle + 1;
-    }
-    return lower;
+    return firstWhere(0, m_firstNonFinite, [this, value](int i) { return value < x(i); });
 }
 
 YExtent YRangeIndex::extent(double left, double right) const
@@ -237,22 +243,9 @@ YExtent YRangeIndex::extent(double left, double right) const
     const int scanned = std::min(stop + 1, m_size);
 
     // 2. The window tests are monotonic in x, so on ascending x the counted samples are one run.
-    int first = 0;
-    int last = scanned;
-    for (int upper = scanned; first < upper;) {
-        const int middle = first + (upper - first) / 2;
-        if (atOrAboveLeft(x(middle), left))
-            upper = middle;
-        else
-            first = middle + 1;
-    }
-    for (int lower = first; lower < last;) {
-        const int middle = lower + (last - lower) / 2;
-        if (atOrBelowRight(x(middle), right))
-            lower = middle + 1;
-        else
-            last = middle;
-    }
+    const int first = firstWhere(0, scanned, [this, left](int i) { return atOrAboveLeft(x(i), left); });
+    const int last =
+        firstWhere(first, scanned, [this, right](int i) { return !atOrBelowRight(x(i), right); });
     if (first == last)
         return extent;
 

@@ -306,7 +306,8 @@ void PriceBased2dPlotLegend::store(Settings& settings) const
     const_cast<PriceBased2dPlotLegend*>(this)->updateItemMaps();
     auto* plot = qobject_cast<PriceBased2dPlot*>(m_plot);
     const QList<PriceBased2dPlotCurve*> curves =
-        plot ? Plot2dCommon::attachedCurves(*plot, -1) : QList<PriceBased2dPlotCurve*>();
+        plot ? Plot2dCommon::attachedCurves(*plot, PriceBased2dPlotCurve::NotSet)
+             : QList<PriceBased2dPlotCurve*>();
 
     QByteArray bytes;
     QDataStream out(&bytes, QIODevice::WriteOnly);
@@ -394,7 +395,8 @@ void PriceBased2dPlotLegend::setResetIcon(QwtLegendLabel* label)
         return;
 
     const QString title = label->text().text();
-    const QList<PriceBased2dPlotCurve*> curves = Plot2dCommon::attachedCurves(*plot, -1);
+    const QList<PriceBased2dPlotCurve*> curves =
+        Plot2dCommon::attachedCurves(*plot, PriceBased2dPlotCurve::NotSet);
     for (const PriceBased2dPlotCurve* curve : curves) {
         if (curve->title().text() != title)
             continue;

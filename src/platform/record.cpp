@@ -75,6 +75,11 @@ int threeWay(const T& a, const T& b)
     return a < b ? -1 : (b < a ? 1 : 0);
 }
 
+bool fitsInteger32(qint64 value)
+{
+    return value >= std::numeric_limits<qint32>::min() && value <= std::numeric_limits<qint32>::max();
+}
+
 bool toInteger64(const QVariant& value, qint64* result)
 {
     bool ok = false;
@@ -94,7 +99,7 @@ bool toDecimal(const QVariant& value, int decimals, decimal* result)
         // Rescaling through the text form keeps the value exact or refuses it.
         return decimal::fromString(value.value<decimal>().toString(), static_cast<short>(decimals), result);
     }
-    if (value.userType() == QMetaType::QString || value.userType() == QMetaType::QByteArray)
+    if (value.userType() == QMetaType::QByteArray)
         return decimal::fromString(value.toString(), static_cast<short>(decimals), result);
     bool ok = false;
     const double real = value.toDouble(&ok);
@@ -113,9 +118,6 @@ bool toDatetime(const QVariant& value, datetime* result)
     case QMetaType::QDate:
         *result = datetime(QDateTime(value.toDate(), QTime(0, 0), Qt::UTC).toMSecsSinceEpoch());
         return value.toDate().isValid();
-    case QMetaType::QString:
-        *result = datetime(value.toString());
-        return datetime::isValidText(value.toString());
     default: {
         qint64 msecs = 0;
         if (!toInteger64(value, &msecs))
@@ -192,8 +194,7 @@ bool convertText(const FieldDef& def, const QStringRef& text, Cell* cell)
     switch (def.type) {
     case FieldsTypes::Integer: {
         const qint64 integer = text.toLongLong(&ok);
-        ok = ok && integer >= std::numeric_limits<qint32>::min() &&
-             integer <= std::numeric_limits<qint32>::max();
+        ok = ok && fitsInteger32(integer);
         cell->i32 = static_cast<qint32>(integer);
         return ok;
     }
@@ -214,6 +215,7 @@ bool convertText(const FieldDef& def, const QStringRef& text, Cell* cell)
 
 bool convertValue(const FieldDef& def, const QVariant& value, Cell* cell, QString* text)
 {
+    // Text reads as the loader reads a file's cell, so a typed value and a loaded one agree.
     if (value.userType() == QMetaType::QString && !isTextual(def)) {
         const QString string = value.toString();
         return convertText(def, QStringRef(&string), cell);
@@ -221,8 +223,7 @@ bool convertValue(const FieldDef& def, const QVariant& value, Cell* cell, QStrin
     switch (def.type) {
     case FieldsTypes::Integer: {
         qint64 integer = 0;
-        if (!toInteger64(value, &integer) || integer < std::numeric_limits<qint32>::min() ||
-            integer > std::numeric_limits<qint32>::max())
+        if (!toInteger64(value, &integer) || !fitsInteger32(integer))
             return false;
         cell->i32 = static_cast<qint32>(integer);
         return true;

@@ -31,7 +31,7 @@ QList<QwtPlotMarker*> attachedMarkers(const QwtPlot& plot)
     const QwtPlotItemList items = plot.itemList(QwtPlotItem::Rtti_PlotMarker);
     for (QwtPlotItem* item : items) {
         auto* marker = dynamic_cast<QwtPlotMarker*>(item);
-        if (marker && marker->symbol() && marker->rtti() == QwtPlotItem::Rtti_PlotMarker)
+        if (marker && marker->symbol())
             markers.append(marker);
     }
     return markers;
@@ -48,8 +48,7 @@ QRectF curvesRectangle(const QwtPlot& plot)
     const QwtPlotItemList items = plot.itemList(QwtPlotItem::Rtti_PlotCurve);
     for (QwtPlotItem* item : items) {
         const auto* curve = dynamic_cast<PriceBased2dPlotCurve*>(item);
-        if (!curve || curve->rtti() != QwtPlotItem::Rtti_PlotCurve || !curve->isVisible() ||
-            curve->dataType() == PriceBased2dPlotCurve::CurKotirLine)
+        if (!curve || !curve->isVisible() || curve->dataType() == PriceBased2dPlotCurve::CurKotirLine)
             continue;
         const QRectF rect = curve->boundingRect();
         left = std::min(left, rect.left());

@@ -130,6 +130,8 @@ private:
     // Polls the desk's state into m_state until `ready` holds, keeping the one before in m_before;
     // false (and the state logged) after the timeout.
     bool waitFor(const std::function<bool()>& ready);
+    State readState() const;
+    bool settle();
 
     QTemporaryDir m_dir;
     QProcess m_xvfb; // killed after the desk when the test ends
@@ -197,16 +199,36 @@ QImage TestDemoXvfb::grabScreen()
     return run(QStringLiteral(PLOT2D_SCREENGRAB), {file}) ? QImage(file) : QImage();
 }
 
+State TestDemoXvfb::readState() const
+{
+    QFile file(m_dir.filePath(QStringLiteral("state.json")));
+    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : State();
+}
+
+// Keeps polling until the desk has come to rest (the state unchanged over a few polls), so that the
+// next gesture is compared with where the last one ended, not with a step still being processed.
+bool TestDemoXvfb::settle()
+{
+    QElapsedTimer timer;
+    timer.start();
+    for (int unchanged = 0; unchanged < 4 && timer.elapsed() < TimeoutMs;) {
+        QTest::qWait(50);
+        const State next = readState();
+        unchanged = next == m_state ? unchanged + 1 : 0;
+        m_state = next;
+    }
+    return true;
+}
+
 bool TestDemoXvfb::waitFor(const std::function<bool()>& ready)
 {
     m_before = m_state;
     QElapsedTimer timer;
     timer.start();
     for (;;) {
-        QFile file(m_dir.filePath(QStringLiteral("state.json")));
-        m_state = file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : State();
+        m_state = readState();
         if (ready())
-            return true;
+            return settle();
         if (timer.elapsed() > TimeoutMs || m_desk.state() == QProcess::NotRunning) {
             qWarning("last state: %s", QJsonDocument(m_state).toJson(QJsonDocument::Compact).constData());
             return false;

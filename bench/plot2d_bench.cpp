@@ -143,6 +143,20 @@ Fixture& fixture(int samples)
     return *slot;
 }
 
+// A zoom or pan step: the view moves to the next window, Y follows, and the plot renders.
+template <typename Fixture>
+void viewSteps(benchmark::State& state, std::pair<double, double> (*window)(int))
+{
+    Fixture& f = fixture<Fixture>(static_cast<int>(state.range(0)));
+    int step = 0;
+    for (auto _ : state) {
+        const std::pair<double, double> view = window(step++);
+        f.moveTo(view.first, view.second);
+        f.render();
+    }
+    f.showAll();
+}
+
 // --- stock Qwt ---
 
 struct QwtFixture
@@ -195,6 +209,9 @@ struct QwtFixture
         plot.updateAxes();
     }
 
+    void moveTo(double lower, double upper) { zoomTo(lower, upper); }
+    void render() { renderQwt(&plot); }
+
     QwtPlot plot;
     QVector<QwtPlotCurve*> curves;
 };
@@ -209,26 +226,12 @@ void BM_Frame_Qwt(benchmark::State& state)
 
 void BM_ZoomStep_Qwt(benchmark::State& state)
 {
-    QwtFixture& f = fixture<QwtFixture>(static_cast<int>(state.range(0)));
-    int step = 0;
-    for (auto _ : state) {
-        const std::pair<double, double> window = zoomWindow(step++);
-        f.zoomTo(window.first, window.second);
-        renderQwt(&f.plot);
-    }
-    f.showAll();
+    viewSteps<QwtFixture>(state, zoomWindow);
 }
 
 void BM_PanStep_Qwt(benchmark::State& state)
 {
-    QwtFixture& f = fixture<QwtFixture>(static_cast<int>(state.range(0)));
-    int step = 0;
-    for (auto _ : state) {
-        const std::pair<double, double> window = panWindow(step++);
-        f.zoomTo(window.first, window.second);
-        renderQwt(&f.plot);
-    }
-    f.showAll();
+    viewSteps<QwtFixture>(state, panWindow);
 }
 
 void setAntialiased(const QVector<QwtPlotCurve*>& curves, bool on)
@@ -272,6 +275,12 @@ struct QcpFixture
         plot.yAxis->rescale(true);
     }
 
+    void moveTo(double lower, double upper)
+    {
+        plot.xAxis->setRange(lower, upper);
+        plot.yAxis->rescale(true);
+    }
+
     void render()
     {
         QImage& image = targetImage();
@@ -293,28 +302,12 @@ void BM_Frame_QCustomPlot(benchmark::State& state)
 
 void BM_ZoomStep_QCustomPlot(benchmark::State& state)
 {
-    QcpFixture& f = fixture<QcpFixture>(static_cast<int>(state.range(0)));
-    int step = 0;
-    for (auto _ : state) {
-        const std::pair<double, double> window = zoomWindow(step++);
-        f.plot.xAxis->setRange(window.first, window.second);
-        f.plot.yAxis->rescale(true);
-        f.render();
-    }
-    f.showAll();
+    viewSteps<QcpFixture>(state, zoomWindow);
 }
 
 void BM_PanStep_QCustomPlot(benchmark::State& state)
 {
-    QcpFixture& f = fixture<QcpFixture>(static_cast<int>(state.range(0)));
-    int step = 0;
-    for (auto _ : state) {
-        const std::pair<double, double> window = panWindow(step++);
-        f.plot.xAxis->setRange(window.first, window.second);
-        f.plot.yAxis->rescale(true);
-        f.render();
-    }
-    f.showAll();
+    viewSteps<QcpFixture>(state, panWindow);
 }
 
 void BM_FrameAA_QCustomPlot(benchmark::State& state)
@@ -412,12 +405,20 @@ struct Plot2dFixture
 
     void showAll() { zoomTo(XLow, XHigh); }
 
-    void zoomTo(double lower, double upper)
+    // A view step as the wheel or the panner makes it: the X range, then autoscale.
+    void moveTo(double lower, double upper)
     {
         plot->setAxisScale(QwtPlot::xBottom, lower, upper);
         plot->updateYAxisScale();
+    }
+
+    void zoomTo(double lower, double upper)
+    {
+        moveTo(lower, upper);
         plot->updateCurKotirPoints(0.0, 0.0, QuotePrice);
     }
+
+    void render() { renderQwt(plot.get()); }
 
     std::unique_ptr<BenchPlot> plot;
 };
@@ -447,29 +448,12 @@ void BM_FrameFresh_Plot2d(benchmark::State& state)
 
 void BM_ZoomStep_Plot2d(benchmark::State& state)
 {
-    Plot2dFixture& f = fixture<Plot2dFixture>(static_cast<int>(state.range(0)));
-    int step = 0;
-    for (auto _ : state) {
-        const std::pair<double, double> window = zoomWindow(step++);
-        f.plot->setAxisScale(QwtPlot::xBottom, window.first, window.second);
-        f.plot->updateYAxisScale();
-        renderQwt(f.plot.get());
-    }
-    f.showAll();
+    viewSteps<Plot2dFixture>(state, zoomWindow);
 }
 
-// A drag by 1 % of the view, as the panner moves it: the X range, then autoscale and a render.
 void BM_PanStep_Plot2d(benchmark::State& state)
 {
-    Plot2dFixture& f = fixture<Plot2dFixture>(static_cast<int>(state.range(0)));
-    int step = 0;
-    for (auto _ : state) {
-        const std::pair<double, double> window = panWindow(step++);
-        f.plot->setAxisScale(QwtPlot::xBottom, window.first, window.second);
-        f.plot->updateYAxisScale();
-        renderQwt(f.plot.get());
-    }
-    f.showAll();
+    viewSteps<Plot2dFixture>(state, panWindow);
 }
 
 void BM_FrameAA_Plot2d(benchmark::State& state)

@@ -349,59 +349,54 @@ bool mapsIntoRows(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtSc
            fitsRows(yMap.transform(y.first)) && fitsRows(yMap.transform(y.second));
 }
 
-// The weeded polyline in two passes: every row first, in a loop the compiler vectorises, then one
-// walk over the column runs that keeps a row only where it changes. Same points as the general loop.
-// Rows of `count` y values `Stride` doubles apart; a constant stride lets the compiler vectorise.
+// Pixels of `count` values `Stride` doubles apart, rounded halves away from zero as aligned() rounds;
+// a constant stride lets the compiler vectorise. fitsRows() makes the int exact.
 template <int Stride>
-void mapRows(const double* y, int count, const QwtScaleMap& yMap, int* rows)
+void mapPixels(const double* values, int count, const QwtScaleMap& map, int* pixels)
 {
-    const QwtScaleMap map = yMap; // a local copy lets the compiler keep the factors in registers
+    const QwtScaleMap local = map; // a local copy lets the compiler keep the factors in registers
     for (int k = 0; k < count; ++k) {
-        const double value = map.transform(y[static_cast<std::ptrdiff_t>(k) * Stride]);
-        const int row = static_cast<int>(std::fabs(value) + 0.5);
-        rows[k] = value < 0.0 ? -row : row;
+        const double value = local.transform(values[static_cast<std::ptrdiff_t>(k) * Stride]);
+        const int pixel = static_cast<int>(std::fabs(value) + 0.5);
+        pixels[k] = value < 0.0 ? -pixel : pixel;
     }
 }
 
+void mapPixels(const double* values, int stride, int count, const QwtScaleMap& map, int* pixels)
+{
+    if (stride == 1)
+        mapPixels<1>(values, count, map, pixels);
+    else
+        mapPixels<2>(values, count, map, pixels);
+}
+
+// The weeded polyline in two passes: every column and row first, in loops the compiler vectorises,
+// then one pass that keeps a point where it differs from the last kept one. Same points as the
+// general loop.
 QPolygonF weededPolylineByRows(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
                                int from, int to)
 {
     const int count = to - from + 1;
-    static thread_local std::vector<int> rowBuffer;
-    if (rowBuffer.size() < static_cast<size_t>(count))
-        rowBuffer.resize(static_cast<size_t>(count));
-    int* rows = rowBuffer.data();
+    static thread_local std::vector<int> buffer;
+    if (buffer.size() < 2 * static_cast<size_t>(count))
+        buffer.resize(2 * static_cast<size_t>(count));
+    int* columns = buffer.data();
+    int* rows = columns + count;
+    const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(from) * index.stride();
+    mapPixels(index.xData() + offset, index.stride(), count, xMap, columns);
+    mapPixels(index.yData() + offset, index.stride(), count, yMap, rows);
 
-    // 1. Rows, rounded halves away from zero as aligned() rounds; fitsRows() makes the int exact.
-    const double* y = index.yData() + static_cast<std::ptrdiff_t>(from) * index.stride();
-    if (index.stride() == 1)
-        mapRows<1>(y, count, yMap, rows);
-    else
-        mapRows<2>(y, count, yMap, rows);
-
-    // 2. One x per column run; a row is kept when it differs from the last kept one in that column.
-    QPolygonF polyline;
-    polyline.reserve(std::min(count, 4096));
-    const ColumnMapper columns(index, xMap);
-    double previousX = std::numeric_limits<double>::quiet_NaN();
-    int previousRow = 0;
-    for (int first = from; first <= to;) {
-        const int end = columns.runEnd(first, to);
-        const double x = columns.column(first);
-        int k = first - from;
-        if (x != previousX) {
-            previousRow = rows[k++];
-            polyline.append(QPointF(x, previousRow));
-        }
-        for (const int stop = end - from; k <= stop; ++k) {
-            if (rows[k] != previousRow) {
-                previousRow = rows[k];
-                polyline.append(QPointF(x, previousRow));
-            }
-        }
-        previousX = x;
-        first = end + 1;
+    // Every point is written and the next one overwrites it unless it moved, which keeps the loop
+    // free of unpredictable branches.
+    QPolygonF polyline(count);
+    QPointF* points = polyline.data();
+    points[0] = QPointF(columns[0], rows[0]);
+    int kept = 1;
+    for (int k = 1; k < count; ++k) {
+        points[kept] = QPointF(columns[k], rows[k]);
+        kept += (columns[k] != columns[k - 1] || rows[k] != rows[k - 1]) ? 1 : 0;
     }
+    polyline.resize(kept);
     return polyline;
 }
 
@@ -476,16 +471,6 @@ bool isVerticalPiece(const QPointF* points, int count)
     return last > previous || last != top || previous - last >= 3.0;
 }
 
-// Points the clipper put on the clip rectangle's border have fractional coordinates.
-bool isIntegral(const QPointF* points, int count)
-{
-    for (int i = 0; i < count; ++i) {
-        if (points[i].x() != std::floor(points[i].x()) || points[i].y() != std::floor(points[i].y()))
-            return false;
-    }
-    return true;
-}
-
 class ColumnSpans
 {
 public:
@@ -527,14 +512,13 @@ private:
 DecimatedPolyline decimatePolyline(const QPolygonF& polyline)
 {
     DecimatedPolyline result;
+    result.points = polyline;
     ColumnSpans spans(result.columns);
     const int count = polyline.size();
     // The pieces are those QwtPainter::drawPolyline strokes one by one on a raster device.
-    for (int i = 0; i < count; i += QwtPieceSize) {
+    for (int i = 0; i + 1 < count; i += QwtPieceSize) {
         const QPointF* piece = polyline.constData() + i;
         const int size = std::min(QwtPieceSize + 1, count - i);
-        if (size < 2)
-            break; // a one-point piece paints nothing
         if (isVerticalPiece(piece, size)) {
             double low = piece[0].y();
             double high = low;
@@ -543,13 +527,8 @@ DecimatedPolyline decimatePolyline(const QPolygonF& polyline)
                 high = std::max(high, piece[k].y());
             }
             spans.add(piece[0].x(), low, high);
-        } else if (hasRepeats(piece, size) || !isIntegral(piece, size)) {
-            // A path drops a line to its current point, which would change the caps.
-            result.polylines.append(QPolygonF(QVector<QPointF>(piece, piece + size)));
         } else {
-            result.pieces.moveTo(piece[0]);
-            for (int k = 1; k < size; ++k)
-                result.pieces.lineTo(piece[k]);
+            result.pieceStarts.append(i);
         }
     }
     return result;
@@ -557,15 +536,13 @@ DecimatedPolyline decimatePolyline(const QPolygonF& polyline)
 
 void drawDecimated(QPainter* painter, const DecimatedPolyline& polyline)
 {
-    // Each line and each subpath is stroked on its own, as the pieces were.
     painter->save();
     painter->setBrush(Qt::NoBrush);
     if (!polyline.columns.isEmpty())
         painter->drawLines(polyline.columns);
-    if (!polyline.pieces.isEmpty())
-        painter->drawPath(polyline.pieces);
-    for (const QPolygonF& piece : polyline.polylines)
-        painter->drawPolyline(piece);
+    const int count = polyline.points.size();
+    for (const int start : polyline.pieceStarts)
+        painter->drawPolyline(polyline.points.constData() + start, std::min(QwtPieceSize + 1, count - start));
     painter->restore();
 }
 

@@ -3,7 +3,6 @@
 // Internal to the library: neither installed nor part of the API.
 
 #include <QLineF>
-#include <QPainterPath>
 #include <QPointF>
 #include <QPolygonF>
 #include <QRectF>
@@ -60,6 +59,7 @@ public:
     bool isSorted() const { return m_sorted; }
     double x(int i) const { return m_x[static_cast<std::ptrdiff_t>(i) * m_stride]; }
     double y(int i) const { return m_y[static_cast<std::ptrdiff_t>(i) * m_stride]; }
+    const double* xData() const { return m_x; }
     const double* yData() const { return m_y; }
     int stride() const { return m_stride; }
 
@@ -101,14 +101,13 @@ QPolygonF mappedPolyline(const YRangeIndex& index, const QwtScaleMap& xMap, cons
 const int QwtPieceSize = 6;
 
 // A device polyline reduced to what its pieces paint: pieces that stay inside one pixel column
-// become one vertical line per run of rows, the others are kept as subpaths of one path; a piece that
-// repeats a point (which a path would drop) or has a fractional point from the clipper (which a path
-// strokes differently) stays a polyline of its own.
+// become one vertical line per run of rows; the others are stroked as QwtPainter strokes them, each
+// piece on its own, straight from the polyline.
 struct DecimatedPolyline
 {
     QVector<QLineF> columns;
-    QPainterPath pieces;
-    QVector<QPolygonF> polylines;
+    QPolygonF points;
+    QVector<int> pieceStarts; // index in points of each piece kept as it is
 };
 
 // Without antialiasing, drawDecimated(decimatePolyline(p)) paints exactly the pixels that

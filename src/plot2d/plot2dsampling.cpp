@@ -354,9 +354,8 @@ bool mapsIntoRows(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtSc
 template <int Stride>
 void mapPixels(const double* values, int count, const QwtScaleMap& map, int* pixels)
 {
-    const QwtScaleMap local = map; // a local copy lets the compiler keep the factors in registers
     for (int k = 0; k < count; ++k) {
-        const double value = local.transform(values[static_cast<std::ptrdiff_t>(k) * Stride]);
+        const double value = map.transform(values[static_cast<std::ptrdiff_t>(k) * Stride]);
         const int pixel = static_cast<int>(std::fabs(value) + 0.5);
         pixels[k] = value < 0.0 ? -pixel : pixel;
     }
@@ -370,33 +369,74 @@ void mapPixels(const double* values, int stride, int count, const QwtScaleMap& m
         mapPixels<2>(values, count, map, pixels);
 }
 
-// The weeded polyline in two passes: every column and row first, in loops the compiler vectorises,
-// then one pass that keeps a point where it differs from the last kept one. Same points as the
-// general loop.
+// Qwt's weeding: a point is kept where it differs from the previous sample's point.
+class WeededPoints
+{
+public:
+    explicit WeededPoints(QPolygonF& polyline) : m_polyline(polyline) {}
+
+    void addColumn(int x, const int* rows, int count)
+    {
+        for (int k = 0; k < count; ++k)
+            add(x, rows[k]);
+    }
+    void addPoints(const int* columns, const int* rows, int count)
+    {
+        for (int k = 0; k < count; ++k)
+            add(columns[k], rows[k]);
+    }
+
+private:
+    void add(int x, int y)
+    {
+        if (x != m_x || y != m_y) {
+            m_x = x;
+            m_y = y;
+            m_polyline.append(QPointF(x, y));
+        }
+    }
+
+    QPolygonF& m_polyline;
+    int m_x = std::numeric_limits<int>::min(); // no column: fitsRows() bounds them
+    int m_y = 0;
+};
+
+// Samples mapped per block small enough to stay in the first-level cache.
+const int BlockSamples = 512;
+
+// The weeded polyline in blocks of samples: rows (and, where samples are sparse, columns) mapped in
+// loops the compiler vectorises, then weeded. Where columns hold several samples each, a column is
+// found once per run by bisection and its samples' x are never read. Same points as the general loop.
 QPolygonF weededPolylineByRows(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
                                int from, int to)
 {
-    const int count = to - from + 1;
-    static thread_local std::vector<int> buffer;
-    if (buffer.size() < 2 * static_cast<size_t>(count))
-        buffer.resize(2 * static_cast<size_t>(count));
-    int* columns = buffer.data();
-    int* rows = columns + count;
-    const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(from) * index.stride();
-    mapPixels(index.xData() + offset, index.stride(), count, xMap, columns);
-    mapPixels(index.yData() + offset, index.stride(), count, yMap, rows);
+    const QwtScaleMap x = xMap; // local copies let the compiler keep the factors in registers
+    const QwtScaleMap y = yMap;
+    const int stride = index.stride();
+    const ColumnMapper columns(index, x);
+    const double span = std::fabs(columns.column(to) - columns.column(from)) + 1.0;
+    const bool dense = to - from + 1 >= 2.0 * span;
 
-    // Every point is written and the next one overwrites it unless it moved, which keeps the loop
-    // free of unpredictable branches.
-    QPolygonF polyline(count);
-    QPointF* points = polyline.data();
-    points[0] = QPointF(columns[0], rows[0]);
-    int kept = 1;
-    for (int k = 1; k < count; ++k) {
-        points[kept] = QPointF(columns[k], rows[k]);
-        kept += (columns[k] != columns[k - 1] || rows[k] != rows[k - 1]) ? 1 : 0;
+    QPolygonF polyline;
+    polyline.reserve(static_cast<int>(std::min(2.0 * span + 2.0, to - from + 1.0)));
+    WeededPoints weeded(polyline);
+    int rows[BlockSamples];
+    int pixels[BlockSamples];
+    for (int first = from; first <= to;) {
+        const int end = dense ? columns.runEnd(first, to) : std::min(to, first + BlockSamples - 1);
+        for (int block = first; block <= end; block += BlockSamples) {
+            const int count = std::min(BlockSamples, end - block + 1);
+            const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(block) * stride;
+            mapPixels(index.yData() + offset, stride, count, y, rows);
+            if (dense) {
+                weeded.addColumn(static_cast<int>(columns.column(first)), rows, count);
+            } else {
+                mapPixels(index.xData() + offset, stride, count, x, pixels);
+                weeded.addPoints(pixels, rows, count);
+            }
+        }
+        first = end + 1;
     }
-    polyline.resize(kept);
     return polyline;
 }
 

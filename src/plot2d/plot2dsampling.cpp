@@ -15,6 +15,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <type_traits>
 #include <typeinfo>
 #include <vector>
@@ -275,21 +277,55 @@ inline double aligned(double value)
     return std::ceil(shifted);
 }
 
+// QwtScaleMap::transform() of a map without transformation as plain factors, so that loops keep
+// them in registers and vectorise: Qwt computes p1 + (s - s1) * cnv with cnv as below.
+class LinearMap
+{
+public:
+    explicit LinearMap(const QwtScaleMap& map)
+        : m_p1(map.p1())
+        , m_s1(map.s1())
+        , m_cnv(map.s1() != map.s2() ? (map.p2() - map.p1()) / (map.s2() - map.s1()) : 1.0)
+    {}
+
+    double transform(double s) const { return m_p1 + (s - m_s1) * m_cnv; }
+
+    // Guards the formula against the map itself.
+    bool reproduces(const QwtScaleMap& map, double a, double b) const
+    {
+        return !map.transformation() && transform(a) == map.transform(a) && transform(b) == map.transform(b);
+    }
+
+private:
+    double m_p1;
+    double m_s1;
+    double m_cnv;
+};
+
 // Device column of a sample, rounded as Qwt rounds.
+template <typename Map>
 class ColumnMapper
 {
 public:
-    ColumnMapper(const YRangeIndex& index, const QwtScaleMap& xMap) : m_index(index), m_xMap(xMap) {}
+    ColumnMapper(const YRangeIndex& index, const Map& xMap) : m_index(index), m_xMap(xMap) {}
 
     double column(int i) const { return aligned(m_xMap.transform(m_index.x(i))); }
 
     // Last index of the run of samples from `first` that share its column; on ascending x the
     // columns are monotonic in the index, so a gallop then a bisection finds it.
-    int runEnd(int first, int last) const
+    // `guess`, a likely run length (the previous run's), is checked first: on evenly spaced samples
+    // it is right and costs two columns.
+    int runEnd(int first, int last, int guess = 0) const
     {
         const double target = column(first);
         int inside = first;
         int outside = last + 1;
+        const int guessed = first + guess - 1;
+        if (guess > 1 && guessed <= last && column(guessed) == target) {
+            if (guessed == last || column(guessed + 1) != target)
+                return guessed;
+            inside = guessed;
+        }
         for (int step = 1; inside + step <= last; step *= 2) {
             if (column(inside + step) != target) {
                 outside = inside + step;
@@ -309,7 +345,7 @@ public:
 
 private:
     const YRangeIndex& m_index;
-    const QwtScaleMap& m_xMap;
+    const Map& m_xMap;
 };
 
 // Qwt's weeding compares with QPointF's fuzzy equality, which for integral coordinates below this
@@ -337,8 +373,8 @@ bool fitsRows(double value)
     return std::fabs(value) < RowLimit;
 }
 
-// Whether samples [from, to] of a sorted, finite index map into rows and columns that fitsRows():
-// both maps are monotonic, so their ends bound every sample.
+// Whether samples [from, to] of a sorted, finite index map into rows and columns that fitsRows()
+// through LinearMap: both maps are monotonic, so their ends bound every sample.
 bool mapsIntoRows(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtScaleMap& yMap, int from,
                   int to)
 {
@@ -346,13 +382,15 @@ bool mapsIntoRows(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtSc
         return false;
     const std::pair<double, double> y = index.yMinMax(from, to);
     return fitsRows(xMap.transform(index.x(from))) && fitsRows(xMap.transform(index.x(to))) &&
-           fitsRows(yMap.transform(y.first)) && fitsRows(yMap.transform(y.second));
+           fitsRows(yMap.transform(y.first)) && fitsRows(yMap.transform(y.second)) &&
+           LinearMap(xMap).reproduces(xMap, index.x(from), index.x(to)) &&
+           LinearMap(yMap).reproduces(yMap, y.first, y.second);
 }
 
 // Pixels of `count` values `Stride` doubles apart, rounded halves away from zero as aligned() rounds;
 // a constant stride lets the compiler vectorise. fitsRows() makes the int exact.
 template <int Stride>
-void mapPixels(const double* values, int count, const QwtScaleMap& map, int* pixels)
+void mapPixels(const double* values, int count, const LinearMap& map, int* pixels)
 {
     for (int k = 0; k < count; ++k) {
         const double value = map.transform(values[static_cast<std::ptrdiff_t>(k) * Stride]);
@@ -361,7 +399,7 @@ void mapPixels(const double* values, int count, const QwtScaleMap& map, int* pix
     }
 }
 
-void mapPixels(const double* values, int stride, int count, const QwtScaleMap& map, int* pixels)
+void mapPixels(const double* values, int stride, int count, const LinearMap& map, int* pixels)
 {
     if (stride == 1)
         mapPixels<1>(values, count, map, pixels);
@@ -369,16 +407,37 @@ void mapPixels(const double* values, int stride, int count, const QwtScaleMap& m
         mapPixels<2>(values, count, map, pixels);
 }
 
+// Samples mapped per block small enough to stay in the first-level cache.
+const int BlockSamples = 512;
+
 // Qwt's weeding: a point is kept where it differs from the previous sample's point.
 class WeededPoints
 {
 public:
     explicit WeededPoints(QPolygonF& polyline) : m_polyline(polyline) {}
 
+    // Samples of one column: after the first, only a change of row keeps a point. Dense columns
+    // change rows rarely, so the changes are marked in a loop the compiler vectorises and then found
+    // eight samples at a time.
     void addColumn(int x, const int* rows, int count)
     {
-        for (int k = 0; k < count; ++k)
-            add(x, rows[k]);
+        add(x, rows[0]);
+        unsigned char changed[BlockSamples];
+        for (int k = 1; k < count; ++k)
+            changed[k] = rows[k] != rows[k - 1] ? 1 : 0;
+        for (int k = 1; k < count;) {
+            std::uint64_t eight = 0;
+            if (k + 8 <= count)
+                std::memcpy(&eight, changed + k, sizeof eight);
+            if (k + 8 <= count && eight == 0) {
+                k += 8;
+                continue;
+            }
+            if (changed[k])
+                m_polyline.append(QPointF(x, rows[k]));
+            ++k;
+        }
+        m_y = rows[count - 1];
     }
     void addPoints(const int* columns, const int* rows, int count)
     {
@@ -401,41 +460,47 @@ private:
     int m_y = 0;
 };
 
-// Samples mapped per block small enough to stay in the first-level cache.
-const int BlockSamples = 512;
-
 // The weeded polyline in blocks of samples: rows (and, where samples are sparse, columns) mapped in
 // loops the compiler vectorises, then weeded. Where columns hold several samples each, a column is
 // found once per run by bisection and its samples' x are never read. Same points as the general loop.
 QPolygonF weededPolylineByRows(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
                                int from, int to)
 {
-    const QwtScaleMap x = xMap; // local copies let the compiler keep the factors in registers
-    const QwtScaleMap y = yMap;
+    const LinearMap x(xMap);
+    const LinearMap y(yMap);
     const int stride = index.stride();
     const ColumnMapper columns(index, x);
     const double span = std::fabs(columns.column(to) - columns.column(from)) + 1.0;
-    const bool dense = to - from + 1 >= 2.0 * span;
+    const bool dense = to - from + 1 >= 16.0 * span;
 
     QPolygonF polyline;
     polyline.reserve(static_cast<int>(std::min(2.0 * span + 2.0, to - from + 1.0)));
     WeededPoints weeded(polyline);
     int rows[BlockSamples];
     int pixels[BlockSamples];
-    for (int first = from; first <= to;) {
-        const int end = dense ? columns.runEnd(first, to) : std::min(to, first + BlockSamples - 1);
-        for (int block = first; block <= end; block += BlockSamples) {
-            const int count = std::min(BlockSamples, end - block + 1);
-            const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(block) * stride;
-            mapPixels(index.yData() + offset, stride, count, y, rows);
-            if (dense) {
-                weeded.addColumn(static_cast<int>(columns.column(first)), rows, count);
-            } else {
-                mapPixels(index.xData() + offset, stride, count, x, pixels);
-                weeded.addPoints(pixels, rows, count);
-            }
+    int runFirst = from;
+    int runLast = from - 1;
+    int runColumn = 0;
+    for (int block = from; block <= to; block += BlockSamples) {
+        const int count = std::min(BlockSamples, to - block + 1);
+        const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(block) * stride;
+        mapPixels(index.yData() + offset, stride, count, y, rows);
+        if (!dense) {
+            mapPixels(index.xData() + offset, stride, count, x, pixels);
+            weeded.addPoints(pixels, rows, count);
+            continue;
         }
-        first = end + 1;
+        // The column runs that meet this block; a run may go on into the next one.
+        for (int first = block; first < block + count;) {
+            if (first > runLast) {
+                runLast = columns.runEnd(first, to, runLast - runFirst + 1);
+                runFirst = first;
+                runColumn = static_cast<int>(columns.column(first));
+            }
+            const int last = std::min(runLast, block + count - 1);
+            weeded.addColumn(runColumn, rows + (first - block), last - first + 1);
+            first = last + 1;
+        }
     }
     return polyline;
 }

@@ -313,20 +313,26 @@ public:
 
     // Last index of the run of samples from `first` that share its column; on ascending x the
     // columns are monotonic in the index, so a gallop then a bisection finds it.
-    // `guess`, a likely run length (the previous run's), is checked first: on evenly spaced samples
-    // it is right and costs two columns.
+    // `guess`, a likely run length (the previous run's), narrows the search first: on evenly spaced
+    // samples the run ends within one sample of it.
     int runEnd(int first, int last, int guess = 0) const
     {
         const double target = column(first);
-        int inside = first;
-        int outside = last + 1;
+        int inside = first;     // in the run
+        int outside = last + 1; // beyond it
         const int guessed = first + guess - 1;
-        if (guess > 1 && guessed <= last && column(guessed) == target) {
-            if (guessed == last || column(guessed + 1) != target)
-                return guessed;
-            inside = guessed;
+        if (guess > 1 && guessed <= last) {
+            if (column(guessed) == target) {
+                if (guessed == last || column(guessed + 1) != target)
+                    return guessed;
+                inside = guessed + 1;
+            } else {
+                if (column(guessed - 1) == target)
+                    return guessed - 1;
+                outside = guessed - 1;
+            }
         }
-        for (int step = 1; inside + step <= last; step *= 2) {
+        for (int step = 1; inside + step < outside; step *= 2) {
             if (column(inside + step) != target) {
                 outside = inside + step;
                 break;

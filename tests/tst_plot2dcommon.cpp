@@ -144,8 +144,8 @@ private Q_SLOTS:
 
         QVERIFY(isValidInterval(QwtInterval(1.0, 1.0)));
         QVERIFY(!isValidInterval(QwtInterval(1.0, 1.0, QwtInterval::ExcludeMinimum)));
+        QVERIFY(!isValidInterval(QwtInterval(2.0, 1.0)));
 
-        QVERIFY(!isUsableScaleDiv(QwtScaleDiv()));
         QVERIFY(!isUsableScaleDiv(QwtScaleDiv(5.0, 5.0)));
     }
 

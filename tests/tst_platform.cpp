@@ -149,7 +149,6 @@ private Q_SLOTS:
         QTest::newRow("columns differ")
             << QByteArray("key:2,name:5:12,price:4:3,moment:6\n10,x,1,\n") << ":1:3: " << false;
         QTest::newRow("too few cells") << QByteArray(head + "\n40,d,1\n") << ":4:4: " << true;
-        QTest::newRow("bad decimal") << QByteArray(head + "40,d,1.234,\n") << ":3:3: " << true;
         QTest::newRow("bad datetime") << QByteArray(head + "40,d,1,03.01.2024\n") << ":3:4: " << true;
         QTest::newRow("text too long") << QByteArray(head + "40,thirteen char,1,\n") << ":3:2: " << true;
         QTest::newRow("bad key") << QByteArray(head + "4x,d,1,\n") << ":3:1: " << true;

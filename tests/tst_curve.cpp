@@ -91,14 +91,9 @@ private Q_SLOTS:
         TestPlot plot;
         if (selectFuture)
             plot.setBaseCode(QStringLiteral("BR"));
-        PriceInterval interval;
-        interval.min = 55.0;
-        interval.max = 95.0;
-        plot.setPriceInterval(interval);
+        plot.setPriceInterval({55.0, 95.0});
         auto* line = TestSupport::validCurve(&plot, QStringLiteral("quote"), 0, {{70.0, 0.0}, {70.0, 1.0}});
         line->setVisible(false);
-        QVERIFY(!line->isVisible());
-
         plot.xScaleDraw()->setCurKotirValue(-7.0);
         line->setVisible(true);
         QCOMPARE(line->isVisible(), shown);

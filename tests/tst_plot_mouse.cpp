@@ -93,13 +93,6 @@ private:
         m_plot->replot();
     }
 
-    // The plot point whose anchor, as the wheel computes it over the canvas, is (x, y).
-    QPoint canvasPointFor(double x, double y) const
-    {
-        return QPoint(qRound(m_plot->canvasMap(QwtPlot::xBottom).transform(x)),
-                      qRound(m_plot->canvasMap(QwtPlot::yLeft).transform(y)));
-    }
-
     void wheel(const QPoint& plotPos, const QPoint& angleDelta,
                Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
@@ -137,11 +130,11 @@ private Q_SLOTS:
             TestSupport::fetch<QPoint, int, double, double, int>(
                 {"delta", "modifiers", "xWidth", "yWidth", "autoScaleOffs"});
         QVERIFY(setUpPlot());
-        const QPoint pos = canvasPointFor(150.0, 0.0);
+        // The plot point whose anchor, as the wheel computes it over the canvas, is (150, 0).
+        const QPoint pos(qRound(m_plot->canvasMap(QwtPlot::xBottom).transform(150.0)),
+                         qRound(m_plot->canvasMap(QwtPlot::yLeft).transform(0.0)));
         const QPointF anchor = m_picker->transformedPoint(pos);
         QVERIFY(qAbs(anchor.x() - 150.0) < 1.0);
-        QSignalSpy autoScale(m_plot.get(), qOverload<bool>(&PriceBased2dPlot::autoScaleEnabled));
-        QSignalSpy labels(m_plot.get(), &PriceBased2dPlot::updateAxisLabels);
         wheel(pos, delta, Qt::KeyboardModifiers(modifiers));
 
         // The anchor keeps its relative place: 100..200 about 150 becomes 105..195 for one notch in.
@@ -151,15 +144,15 @@ private Q_SLOTS:
         QCOMPARE(range(QwtPlot::yLeft).width(), yWidth);
         if (modifiers == Qt::ControlModifier) // the curve's extent over the new view
             QCOMPARE(range(QwtPlot::yLeft).minValue(), -156.0);
-        QCOMPARE(autoScale.count(), autoScaleOffs);
-        QVERIFY(autoScale.isEmpty() || !autoScale.at(0).at(0).toBool());
+        QCOMPARE(m_autoScale->count(), autoScaleOffs);
+        QVERIFY(m_autoScale->isEmpty() || !m_autoScale->at(0).at(0).toBool());
         QVERIFY(m_plot->autoScaleEnabled()); // only asked: a listener switches it
 
         // With autoscale off nothing asks to switch it off again.
         m_plot->setAutoScaleEnabled(false);
         wheel(pos, delta, Qt::KeyboardModifiers(modifiers));
-        QCOMPARE(autoScale.count(), autoScaleOffs);
-        QCOMPARE(labels.count(), 2);
+        QCOMPARE(m_autoScale->count(), autoScaleOffs);
+        QCOMPARE(m_labels->count(), 2);
     }
 
     void wheelOverXScaleAnchorsOnTheCursor()
@@ -168,11 +161,9 @@ private Q_SLOTS:
         // Over the X scale the anchor is the cursor mapped into the scale widget.
         QwtScaleWidget* scale = m_plot->axisWidget(QwtPlot::xBottom);
         const QPoint local(qRound(m_plot->canvasMap(QwtPlot::xBottom).p1()), scale->height() / 2);
-        QCOMPARE(m_picker->transformedPoint(local).x(), 100.0);
         const QPoint pos = m_plot->mapFromGlobal(scale->mapToGlobal(local));
         QVERIFY(m_plot->mousePositionOnXScale(pos));
         QVERIFY(!m_plot->mousePositionOnYScale(pos));
-
         wheel(pos, QPoint(0, 120));
         // Deliberately, the anchor becomes the new upper bound.
         QCOMPARE(range(QwtPlot::xBottom).minValue(), 10.0);
@@ -194,7 +185,6 @@ private Q_SLOTS:
         QVERIFY(setUpPlot());
         QwtScaleWidget* scale = m_plot->axisWidget(axis);
         const QPoint pos = m_plot->mapFromGlobal(scale->mapToGlobal(scale->rect().center()));
-        QCOMPARE(m_plot->childAt(pos), scale);
         wheel(pos, delta);
         QCOMPARE(range(axis).width(), span);
     }

@@ -74,7 +74,6 @@ QByteArray row(QMap<QByteArray, QByteArray> values, const QList<QByteArray>& omi
     return '\n' + cells.join(',');
 }
 
-// `fields` is "name=value" pairs separated by spaces.
 QByteArray row(const QByteArray& fields)
 {
     QMap<QByteArray, QByteArray> values;

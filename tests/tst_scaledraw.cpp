@@ -37,7 +37,6 @@ PriceBased2dPlotScaleDraw* laidOutDraw(const QList<double>& majors, double lengt
 {
     auto* draw = new PriceBased2dPlotScaleDraw(QwtPlot::xBottom);
     draw->setScaleDiv(QwtScaleDiv(majors.first() - 1, majors.last() + 1, {}, {}, majors));
-    draw->move(0.0, 0.0);
     draw->setLength(length);
     draw->setAxisPainted(painted);
     return draw;

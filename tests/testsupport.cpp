@@ -74,7 +74,6 @@ QByteArray row(QMap<QByteArray, QByteArray> values, const QList<QByteArray>& omi
     return '\n' + cells.join(',');
 }
 
-// `fields` is "name=value" pairs separated by spaces.
 QByteArray row(const QByteArray& fields)
 {
     QMap<QByteArray, QByteArray> values;
@@ -104,14 +103,6 @@ QByteArray optionRows(int firstSecId, const QStringList& strikes, const QByteArr
         ++secId;
     }
     return rows;
-}
-
-QStringList strikeRange(int from, int to, int step)
-{
-    QStringList strikes;
-    for (int s = from; s <= to; s += step)
-        strikes << QString::number(s);
-    return strikes;
 }
 
 Table* loadTable(const QTemporaryDir& dir, const QString& name, const QByteArray& content)

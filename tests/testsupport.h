@@ -42,7 +42,6 @@ QByteArray row(const QByteArray& fields);
 QByteArray futureRow(const QByteArray& priceStep = "0.01");
 // A call per strike on isin 1001, sec_id counting from `firstSecId`.
 QByteArray optionRows(int firstSecId, const QStringList& strikes, const QByteArray& priceStep = "0.01");
-QStringList strikeRange(int from, int to, int step);
 // Loads `content` as table `name` (a second load of a name adds its rows as one change).
 Table* loadTable(const QTemporaryDir& dir, const QString& name, const QByteArray& content);
 // Board 1 anonymous, board 2 addressed, and the given securities rows.
@@ -88,15 +87,14 @@ std::tuple<T...> fetch(std::initializer_list<const char*> names)
 
 } // namespace TestSupport
 
-// A concrete plot for tests: counts updateCurves() calls.
+// A concrete plot for tests: curves are the test's own business.
 class TestPlot : public PriceBased2dPlot
 {
     Q_OBJECT
 
 public:
     explicit TestPlot(bool setUp = true, QWidget* parent = nullptr) : PriceBased2dPlot(setUp, parent) {}
-    void updateCurves() override { ++updateCurvesCount; }
-    int updateCurvesCount = 0;
+    void updateCurves() override {}
 };
 
 // QTEST_MAIN with the fixed test environment set up before the test object exists.

@@ -106,20 +106,13 @@ private Q_SLOTS:
     {
         // Key order is index order. Rows 1 to 4 are disqualified (addressed board, expired session,
         // option, other base code); 5 and 6 tie and 5 comes first.
-        const QList<QPair<QByteArray, QByteArray>> rules = {
-            {"board_id", "2"}, {"sess_id", "0"}, {"sectype", "O"}, {"base_code", "br"}, {}, {}, {}};
-        const QByteArray dates[] = {"2026-01-01", "2026-01-02", "2026-01-03", "2026-01-04",
-                                    "2026-03-01", "2026-03-01", "2026-06-01"};
-        QByteArray rows;
-        for (int i = 0; i < rules.size(); ++i) {
-            QMap<QByteArray, QByteArray> values{{"sec_id", QByteArray::number(i + 1)},
-                                                {"isin_id", QByteArray::number(i + 1)},
-                                                {"expdate", dates[i]}};
-            if (!rules[i].first.isEmpty())
-                values.insert(rules[i].first, rules[i].second);
-            rows += row(values);
-        }
-        QVERIFY(TestSupport::load(m_dir, rows));
+        QVERIFY(TestSupport::load(m_dir, row("sec_id=1 isin_id=1 expdate=2026-01-01 board_id=2") +
+                                             row("sec_id=2 isin_id=2 expdate=2026-01-02 sess_id=0") +
+                                             row("sec_id=3 isin_id=3 expdate=2026-01-03 sectype=O") +
+                                             row("sec_id=4 isin_id=4 expdate=2026-01-04 base_code=br") +
+                                             row("sec_id=5 isin_id=5 expdate=2026-03-01") +
+                                             row("sec_id=6 isin_id=6 expdate=2026-03-01") +
+                                             row("sec_id=7 isin_id=7 expdate=2026-06-01")));
         TestPlot plot(false);
         QVERIFY(plot.getFuture().isNull());
         plot.setBaseCode(QStringLiteral("BR"));

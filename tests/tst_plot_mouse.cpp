@@ -93,13 +93,6 @@ private:
         m_plot->replot();
     }
 
-    // The plot point whose anchor, as the wheel computes it over the canvas, is (x, y).
-    QPoint canvasPointFor(double x, double y) const
-    {
-        return QPoint(qRound(m_plot->canvasMap(QwtPlot::xBottom).transform(x)),
-                      qRound(m_plot->canvasMap(QwtPlot::yLeft).transform(y)));
-    }
-
     void wheel(const QPoint& plotPos, const QPoint& angleDelta,
                Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
@@ -137,11 +130,11 @@ private Q_SLOTS:
             TestSupport::fetch<QPoint, int, double, double, int>(
                 {"delta", "modifiers", "xWidth", "yWidth", "autoScaleOffs"});
         QVERIFY(setUpPlot());
-        const QPoint pos = canvasPointFor(150.0, 0.0);
+        // The plot point whose anchor, as the wheel computes it over the canvas, is (150, 0).
+        const QPoint pos(qRound(m_plot->canvasMap(QwtPlot::xBottom).transform(150.0)),
+                         qRound(m_plot->canvasMap(QwtPlot::yLeft).transform(0.0)));
         const QPointF anchor = m_picker->transformedPoint(pos);
         QVERIFY(qAbs(anchor.x() - 150.0) < 1.0);
-        QSignalSpy autoScale(m_plot.get(), qOverload<bool>(&PriceBased2dPlot::autoScaleEnabled));
-        QSignalSpy labels(m_plot.get(), &PriceBased2dPlot::updateAxisLabels);
         wheel(pos, delta, Qt::KeyboardModifiers(modifiers));
 
         // The anchor keeps its relative place: 100..200 about 150 becomes 105..195 for one notch in.
@@ -151,52 +144,47 @@ private Q_SLOTS:
         QCOMPARE(range(QwtPlot::yLeft).width(), yWidth);
         if (modifiers == Qt::ControlModifier) // the curve's extent over the new view
             QCOMPARE(range(QwtPlot::yLeft).minValue(), -156.0);
-        QCOMPARE(autoScale.count(), autoScaleOffs);
-        QVERIFY(autoScale.isEmpty() || !autoScale.at(0).at(0).toBool());
+        QCOMPARE(m_autoScale->count(), autoScaleOffs);
+        QVERIFY(m_autoScale->isEmpty() || !m_autoScale->at(0).at(0).toBool());
         QVERIFY(m_plot->autoScaleEnabled()); // only asked: a listener switches it
 
         // With autoscale off nothing asks to switch it off again.
         m_plot->setAutoScaleEnabled(false);
         wheel(pos, delta, Qt::KeyboardModifiers(modifiers));
-        QCOMPARE(autoScale.count(), autoScaleOffs);
-        QCOMPARE(labels.count(), 2);
+        QCOMPARE(m_autoScale->count(), autoScaleOffs);
+        QCOMPARE(m_labels->count(), 2);
     }
 
-    void wheelOverXScaleAnchorsOnTheCursor()
-    {
-        QVERIFY(setUpPlot());
-        // Over the X scale the anchor is the cursor mapped into the scale widget.
-        QwtScaleWidget* scale = m_plot->axisWidget(QwtPlot::xBottom);
-        const QPoint local(qRound(m_plot->canvasMap(QwtPlot::xBottom).p1()), scale->height() / 2);
-        QCOMPARE(m_picker->transformedPoint(local).x(), 100.0);
-        const QPoint pos = m_plot->mapFromGlobal(scale->mapToGlobal(local));
-        QVERIFY(m_plot->mousePositionOnXScale(pos));
-        QVERIFY(!m_plot->mousePositionOnYScale(pos));
-
-        wheel(pos, QPoint(0, 120));
-        // Deliberately, the anchor becomes the new upper bound.
-        QCOMPARE(range(QwtPlot::xBottom).minValue(), 10.0);
-        QCOMPARE(range(QwtPlot::xBottom).maxValue(), 100.0);
-    }
-
-    // A tilt wheel or touchpad: the larger component counts.
+    // The cursor on a scale over the lower bound of the view (100 on X, -100 on Y) anchors that
+    // axis there; deliberately the anchor then becomes the new upper bound. A tilt wheel or touchpad
+    // counts its larger component, a fast wheel zooms by 0.89 for any number of notches.
     void wheelOverAScaleZoomsThatAxis_data()
     {
-        TestSupport::columns<int, QPoint, double>({"axis", "delta", "span"});
-        QTest::newRow("x, one notch out") << int(QwtPlot::xBottom) << QPoint(0, -120) << 110.0;
-        QTest::newRow("x, sideways") << int(QwtPlot::xBottom) << QPoint(120, 0) << 90.0;
-        QTest::newRow("y, mostly sideways out") << int(QwtPlot::yLeft) << QPoint(-150, 120) << 220.0;
+        TestSupport::columns<int, QPoint, double, double>({"axis", "delta", "lower", "upper"});
+        const int x = QwtPlot::xBottom;
+        QTest::newRow("x, one notch in") << x << QPoint(0, 120) << 10.0 << 100.0;
+        QTest::newRow("x, one notch out") << x << QPoint(0, -120) << -10.0 << 100.0;
+        QTest::newRow("x, two notches in") << x << QPoint(0, 240) << 11.0 << 100.0;
+        QTest::newRow("x, sideways in") << x << QPoint(120, 0) << 10.0 << 100.0;
+        QTest::newRow("y, mostly sideways out")
+            << int(QwtPlot::yLeft) << QPoint(-150, 120) << -320.0 << -100.0;
     }
 
     void wheelOverAScaleZoomsThatAxis()
     {
-        const auto [axis, delta, span] = TestSupport::fetch<int, QPoint, double>({"axis", "delta", "span"});
+        const auto [axis, delta, lower, upper] =
+            TestSupport::fetch<int, QPoint, double, double>({"axis", "delta", "lower", "upper"});
         QVERIFY(setUpPlot());
         QwtScaleWidget* scale = m_plot->axisWidget(axis);
-        const QPoint pos = m_plot->mapFromGlobal(scale->mapToGlobal(scale->rect().center()));
-        QCOMPARE(m_plot->childAt(pos), scale);
+        const int start = qRound(m_plot->canvasMap(axis).p1());
+        const QPoint local =
+            axis == QwtPlot::xBottom ? QPoint(start, scale->height() / 2) : QPoint(scale->width() / 2, start);
+        const QPoint pos = m_plot->mapFromGlobal(scale->mapToGlobal(local));
+        QCOMPARE(m_plot->mousePositionOnXScale(pos), axis == QwtPlot::xBottom);
+        QCOMPARE(m_plot->mousePositionOnYScale(pos), axis == QwtPlot::yLeft);
         wheel(pos, delta);
-        QCOMPARE(range(axis).width(), span);
+        QCOMPARE(range(axis).minValue(), lower);
+        QCOMPARE(range(axis).maxValue(), upper);
     }
 
     // Dragging a scale by 10 px from its middle; only the Y scale asks for autoscale off.

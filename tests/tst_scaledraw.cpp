@@ -1,3 +1,4 @@
+#include "screenpixels.h"
 #include "testsupport.h"
 
 #include <plot2d/pricebased2dplotscaledraw.h>
@@ -36,23 +37,9 @@ PriceBased2dPlotScaleDraw* laidOutDraw(const QList<double>& majors, double lengt
 {
     auto* draw = new PriceBased2dPlotScaleDraw(QwtPlot::xBottom);
     draw->setScaleDiv(QwtScaleDiv(majors.first() - 1, majors.last() + 1, {}, {}, majors));
-    draw->move(0.0, 0.0);
     draw->setLength(length);
     draw->setAxisPainted(painted);
     return draw;
-}
-
-int redPixels(const QImage& image, const QRect& rect)
-{
-    int count = 0;
-    const QRect clipped = rect.intersected(image.rect());
-    for (int y = clipped.top(); y <= clipped.bottom(); ++y) {
-        for (int x = clipped.left(); x <= clipped.right(); ++x) {
-            const QRgb pixel = image.pixel(x, y);
-            count += qRed(pixel) > 160 && qGreen(pixel) < 90 && qBlue(pixel) < 90;
-        }
-    }
-    return count;
 }
 
 } // namespace
@@ -75,23 +62,14 @@ private Q_SLOTS:
         TestPlot plot(false);
         PriceBased2dPlotScaleEngine engine(&plot, QwtPlot::xBottom);
         QCOMPARE(PriceBased2dPlotScaleEngine(nullptr, QwtPlot::xBottom).strikeDecimals(), -1);
-        const QwtLinearScaleEngine linear;
-        const QwtScaleDiv plain = linear.divideScale(55, 125, 10, 4, 20); // majors 60, 80, 100, 120
-
+        // Qwt divides 55..125 into majors 60..120 by 20, mediums 70, 90, 110 and minors 55..125 by 10.
         // The nearest major (100) moves onto 95; every level moves by 5 and stays strictly inside.
         engine.setRescaleFactor(decimal(9500000, 5));
         const QwtScaleDiv div = engine.divideScale(55, 125, 10, 4, 20);
         QCOMPARE(div.ticks(QwtScaleDiv::MajorTick), (QList<double>{75, 95, 115}));
-        QCOMPARE(div.interval(), plain.interval());
-        for (int type : {QwtScaleDiv::MinorTick, QwtScaleDiv::MediumTick}) {
-            QList<double> expected;
-            for (double tick : plain.ticks(type)) {
-                if (55 < tick - 5 && tick - 5 < 125)
-                    expected << tick - 5;
-            }
-            QVERIFY(!expected.isEmpty());
-            QCOMPARE(div.ticks(type), expected);
-        }
+        QCOMPARE(div.ticks(QwtScaleDiv::MediumTick), (QList<double>{65, 85, 105}));
+        QCOMPARE(div.ticks(QwtScaleDiv::MinorTick), (QList<double>{60, 70, 80, 90, 100, 110, 120}));
+        QCOMPARE(div.interval(), QwtInterval(55, 125));
 
         // A factor on x1 is accepted, and the tick that would land on x1 is dropped.
         engine.setRescaleFactor(decimal(55, 0));
@@ -199,7 +177,6 @@ private Q_SLOTS:
         // Before the first paint every candidate is a label, so the labels are exactly these majors.
         QScopedPointer<PriceBased2dPlotScaleDraw> draw(laidOutDraw(labels, 400, false));
         draw->updateLabels();
-        QCOMPARE(draw->labels().size(), labels.size());
         QCOMPARE(draw->equalDigitsNum(), expected);
     }
 
@@ -272,7 +249,12 @@ private Q_SLOTS:
         const auto rectOf = [&](double value) {
             return draw->boundingLabelRect(axis->font(), value).translated(axis->geometry().topLeft());
         };
-        QVERIFY(redPixels(image, rectOf(quote)) > 5);
+        const auto redColumns = [&](double value) {
+            return ScreenPixels::columns(image, rectOf(value).intersected(axis->geometry()),
+                                         ScreenPixels::near(Qt::red, 60), 1)
+                .size();
+        };
+        QVERIFY(redColumns(quote) > 2);
 
         QList<double> drawn;
         for (double value : draw->labels()) {
@@ -283,7 +265,7 @@ private Q_SLOTS:
         drawn << quote;
         for (int i = 0; i < drawn.size(); ++i) {
             if (drawn.at(i) != quote)
-                QCOMPARE(redPixels(image, rectOf(drawn.at(i))), 0);
+                QCOMPARE(redColumns(drawn.at(i)), 0);
             for (int j = i + 1; j < drawn.size(); ++j)
                 QVERIFY2(!rectOf(drawn.at(i)).intersects(rectOf(drawn.at(j))),
                          qPrintable(QStringLiteral("%1 and %2 overlap").arg(drawn.at(i)).arg(drawn.at(j))));

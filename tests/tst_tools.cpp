@@ -12,15 +12,6 @@ using ClosestPointCalcParams = PriceBased2dPlotPicker::ClosestPointCalcParams;
 using ClosestPointInfo = PriceBased2dPlotPicker::ClosestPointInfo;
 Q_DECLARE_METATYPE(ClosestPointCalcParams)
 
-namespace {
-
-PriceInterval interval(double min, double max, double step)
-{
-    return PriceInterval{min, max, step, true};
-}
-
-} // namespace
-
 class TestTools : public QObject
 {
     Q_OBJECT
@@ -196,19 +187,18 @@ private Q_SLOTS:
     {
         TestSupport::columns<QStringList, QByteArray, PriceInterval>(
             {"strikes", "optionPriceStep", "expected"});
-        QTest::newRow("one strike") << QStringList{"100"} << QByteArray("0.01") << PriceInterval::empty();
-        QTest::newRow("uneven strikes")
-            << QStringList{"100", "105", "120"} << QByteArray("0.01") << interval(100, 120, 5);
-        QTest::newRow("first strike zero")
-            << QStringList{"0", "10", "20"} << QByteArray("0.01") << PriceInterval::empty();
+        const auto add = [](const char* tag, const QStringList& strikes, const PriceInterval& expected,
+                            const QByteArray& optionPriceStep = "0.01") {
+            QTest::newRow(tag) << strikes << optionPriceStep << expected;
+        };
+        add("one strike", {"100"}, PriceInterval::empty());
+        add("uneven strikes", {"100", "105", "120"}, {100, 120, 5, true});
+        add("first strike zero", {"0", "10", "20"}, PriceInterval::empty());
         // The option's price step 0.01 gives two decimals: 0.125 rounds to 0.13.
-        QTest::newRow("step rounded")
-            << QStringList{"100", "100.125", "100.25"} << QByteArray("0.01") << interval(100, 100.25, 0.13);
-        QTest::newRow("step rounds to zero")
-            << QStringList{"100", "100.001", "100.002"} << QByteArray("0.01") << PriceInterval::empty();
+        add("step rounded", {"100", "100.125", "100.25"}, {100, 100.25, 0.13, true});
+        add("step rounds to zero", {"100", "100.001", "100.002"}, PriceInterval::empty());
         // Without a price step the options' decimals are unknown.
-        QTest::newRow("unknown decimals")
-            << QStringList{"100", "110"} << QByteArray() << PriceInterval::empty();
+        add("unknown decimals", {"100", "110"}, PriceInterval::empty(), QByteArray());
     }
     void priceIntervalFromStrikes()
     {
@@ -236,9 +226,10 @@ private Q_SLOTS:
 
         QVERIFY(TestSupport::addSecurities(m_dir, TestSupport::optionRows(200, {"110"})));
         QCOMPARE(spy.count(), 1);
-        QVERIFY(m_plot->priceInterval() == interval(100, 110, 10));
+        const PriceInterval moved{100, 110, 10, true};
+        QVERIFY(m_plot->priceInterval() == moved);
         QTRY_COMPARE(queued.size(), 1);
-        QVERIFY(queued.first() == interval(100, 110, 10));
+        QVERIFY(queued.first() == moved);
         QVERIFY(TestSupport::addSecurities(m_dir, TestSupport::row("sec_id=400 isin_id=5000 base_code=SI")));
         QCOMPARE(spy.count(), 1); // another base code
 
@@ -265,7 +256,8 @@ private Q_SLOTS:
     {
         const auto [lo, hi, refine, count] =
             TestSupport::fetch<double, double, bool, int>({"lo", "hi", "refine", "count"});
-        QVERIFY(setUpManager(TestSupport::optionRows(100, TestSupport::strikeRange(100, 200, 10))));
+        QVERIFY(setUpManager(TestSupport::optionRows(
+            100, {"100", "110", "120", "130", "140", "150", "160", "170", "180", "190", "200"})));
         m_manager->updatePriceInterval();
         m_plot->setAxisScale(QwtPlot::xBottom, lo, hi);
         m_plot->updateAxes();
@@ -284,7 +276,7 @@ private Q_SLOTS:
 
         // Descending strikes or an empty interval give no points.
         m_manager->model()->sort(0, Qt::DescendingOrder);
-        m_plot->setPriceInterval(interval(100, 200, 10));
+        m_plot->setPriceInterval(PriceInterval{100, 200, 10, true});
         QVERIFY(m_manager->calcPlotPoints(true).isEmpty());
         m_manager->model()->sort(0, Qt::AscendingOrder);
         m_plot->setPriceInterval(PriceInterval::empty());

@@ -249,7 +249,6 @@ private Q_SLOTS:
         QString error;
         QVERIFY2(TestSupport::loadSampleData(&error), qPrintable(error));
         m_securities = ICore::instance()->dataStore()->table(QStringLiteral("securities"));
-        QVERIFY(m_securities);
         buildScreen();
     }
 
@@ -277,11 +276,9 @@ private Q_SLOTS:
         }
 
         const QString ini = m_dir.filePath(QStringLiteral("legend.ini"));
-        {
-            Settings settings(ini);
-            m_legend->store(settings);
-            settings.sync();
-        }
+        Settings settings(ini);
+        m_legend->store(settings);
+        settings.sync();
         const QMap<QString, bool> stored = tickStates();
         QVERIFY(!stored.isEmpty());
         for (auto it = stored.cbegin(); it != stored.cend(); ++it) // something for restore to undo
@@ -291,8 +288,7 @@ private Q_SLOTS:
 
         qInfo("monkey: seed %u, events %d, strike rows added %d: zooms %d, pans %d", seed, total,
               m_strikeRows, m_zooms, m_pans);
-        QVERIFY(m_zooms > 0);
-        QVERIFY(m_pans > 0);
+        QVERIFY(m_zooms > 0 && m_pans > 0);
     }
 };
 

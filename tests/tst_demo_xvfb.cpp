@@ -93,7 +93,7 @@ bool evenlySpaced(const QStringList& labels, int holes)
 // The mean column of the red pixels of `screen` inside `area`, or -1 when there are none.
 int redColumn(const QImage& screen, const QRect& area)
 {
-    const QList<int> red = ScreenPixels::columns(screen, area, ScreenPixels::near(Qt::red, 60), 1);
+    const QList<int> red = ScreenPixels::columns(screen, area, Qt::red, 60, 1);
     return red.isEmpty() ? -1 : std::accumulate(red.cbegin(), red.cend(), 0) / red.size();
 }
 
@@ -367,8 +367,7 @@ void TestDemoXvfb::closeAndRestartRestoreTheDesk()
     const QImage screen = grabScreen();
     const auto gridColumns = [&](const char* canvas) {
         const QRect area = rect(m_state, canvas);
-        return ScreenPixels::columns(screen, area, ScreenPixels::near(QColor(0xb2, 0xbe, 0xb5), 8),
-                                     area.height() / 2 + 1);
+        return ScreenPixels::columns(screen, area, QColor(0xb2, 0xbe, 0xb5), 8, area.height() / 2 + 1);
     };
     QVERIFY(gridColumns("pnl/canvas").size() >= 5);
     QCOMPARE(gridColumns("greeks/canvas"), gridColumns("pnl/canvas"));

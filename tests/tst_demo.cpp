@@ -7,10 +7,6 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
-#ifndef PLOT2D_DEMO_EXECUTABLE
-#define PLOT2D_DEMO_EXECUTABLE ""
-#endif
-
 namespace {
 
 const QString Offscreen = QStringLiteral("offscreen");
@@ -52,7 +48,6 @@ class TestDemo : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
     void screenshotShowsBothPanelsOnOnePriceAxis();
     void badInputEndsWithMessageAndExitCode_data();
     void badInputEndsWithMessageAndExitCode();
@@ -90,12 +85,6 @@ std::pair<int, QString> TestDemo::runDemo(const QStringList& arguments, const QS
         return {-1, QString()};
     return {process.exitCode(), QString::fromUtf8(process.readAll())
                                     .remove(QRegularExpression(QStringLiteral("QStandardPaths: [^\n]*\n")))};
-}
-
-void TestDemo::init()
-{
-    if (QStringLiteral(PLOT2D_DEMO_EXECUTABLE).isEmpty())
-        QSKIP("the demo is not built (PLOT2D_BUILD_EXAMPLES=OFF)");
 }
 
 void TestDemo::screenshotShowsBothPanelsOnOnePriceAxis()

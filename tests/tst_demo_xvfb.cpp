@@ -20,12 +20,12 @@ namespace {
 constexpr int TimeoutMs = 20000;
 using State = QJsonObject;
 
-// A value of the state by its path, "pnl/readout/price".
+// A value of the state by its path, "pnl/readout/price"; array elements by index, "pnl/x/0".
 QJsonValue at(const State& state, const char* path)
 {
     QJsonValue value = state;
     for (const QString& key : QString::fromLatin1(path).split(QLatin1Char('/')))
-        value = value.toObject().value(key);
+        value = value.isArray() ? value.toArray().at(key.toInt()) : value.toObject().value(key);
     return value;
 }
 
@@ -56,11 +56,8 @@ double span(const State& state, const char* rangePath)
 // the price range's ends.
 bool readoutAt(const State& state, int globalX)
 {
-    const QJsonArray x = at(state, "pnl/x").toArray();
-    const QJsonArray pixels = at(state, "pnl/xPixels").toArray();
-    const double left = pixels.at(0).toDouble();
-    const double price = x.at(0).toDouble() + (globalX - left) * (x.at(1).toDouble() - x.at(0).toDouble()) /
-                                                  (pixels.at(1).toDouble() - left);
+    const double price = number(state, "pnl/x/0") + (globalX - number(state, "pnl/xPixels/0")) *
+                                                        span(state, "pnl/x") / span(state, "pnl/xPixels");
     return at(state, "pnl/readout/active").toBool() && qAbs(number(state, "pnl/readout/price") - price) < 0.1;
 }
 
@@ -242,10 +239,10 @@ private Q_SLOTS:
                 waitFor([&] { return narrower() && readoutAt(m_state, canvas.center().x()); }));
 
         // Drag the greeks' canvas to the left: both plots pan to higher prices.
-        const auto lower = [](const State& state) { return at(state, "pnl/x").toArray().at(0).toDouble(); };
         const auto centre = [this](const char* path) { return rect(m_state, path).center(); };
-        QVERIFY(drag(centre("greeks/canvas"), QPoint(-100, 0)) &&
-                waitFor([&] { return lower(m_state) > lower(m_before) + 1.0 && linked(m_state); }));
+        QVERIFY(drag(centre("greeks/canvas"), QPoint(-100, 0)) && waitFor([&] {
+                    return number(m_state, "pnl/x/0") > number(m_before, "pnl/x/0") + 1.0 && linked(m_state);
+                }));
         // Drag along the P&L price scale to the left: zoom in, labels kept; then wheel out over it.
         QVERIFY(drag(centre("pnl/xScale"), QPoint(-30, 0)) &&
                 waitFor([&] { return narrower() && strings(m_state, "pnl/labels").size() >= 4; }));

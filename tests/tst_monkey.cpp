@@ -7,6 +7,7 @@
 #include <QCheckBox>
 #include <QRandomGenerator>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -51,28 +52,6 @@ class TestMonkey : public QObject
     QList<PriceBased2dPlotCurve*> m_curves;
 
     using Event = void (TestMonkey::*)();
-
-    void buildScreen()
-    {
-        m_plot.reset(new TestPlot(true));
-        m_plot->setIsinId(1001);
-        m_plot->setBoardId(1);
-        m_pointManager = new PriceBased2dPlotPointManager(false, m_plot.get());
-        const char* titles[] = {"Quote", "Delta", "Gamma", "Vega", "Theta", "Strikes"};
-        const int types[] = {PriceBased2dPlotCurve::CurKotirLine, 9, 10, 11, 12,
-                             PriceBased2dPlotCurve::MarkerCurve};
-        for (int i = 0; i < 6; ++i)
-            m_curves << TestSupport::validCurve(m_plot.get(), QString::fromLatin1(titles[i]), types[i], {},
-                                                QwtSymbol::Ellipse);
-        m_legend = TestSupport::attachLegend(m_plot.get());
-        TestSupport::attachPicker(m_plot.get());
-        m_plot->setCanvasObservers();
-        connect(m_pointManager, &PriceBased2dPlotPointManager::priceIntervalChanged, this,
-                &TestMonkey::recomputeCurves);
-        m_pointManager->updatePriceInterval();
-        setQuote(74.35);
-        recomputeCurves();
-    }
 
     // What a client computes over the point manager's prices: Gamma has NaN gaps, Vega and Theta
     // reach magnitudes where labels and spans stop being exact.
@@ -220,10 +199,7 @@ class TestMonkey : public QObject
     void randomEvent()
     {
         static const int bounds[] = {40, 70, 80, 86, 94, 100}; // percentages, cumulative
-        const int roll = randomInt(100);
-        int kind = 0;
-        while (roll >= bounds[kind])
-            ++kind;
+        const int kind = int(std::upper_bound(std::begin(bounds), std::end(bounds), randomInt(100)) - bounds);
         static const Event events[] = {&TestMonkey::wheel,  &TestMonkey::drag,  &TestMonkey::legendClick,
                                        &TestMonkey::resize, &TestMonkey::quote, &TestMonkey::strikeRow};
         (this->*events[kind])();
@@ -246,10 +222,26 @@ class TestMonkey : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        QString error;
-        QVERIFY2(TestSupport::loadSampleData(&error), qPrintable(error));
+        QVERIFY(TestSupport::loadSampleData());
         m_securities = ICore::instance()->dataStore()->table(QStringLiteral("securities"));
-        buildScreen();
+        m_plot.reset(new TestPlot(true));
+        m_plot->setIsinId(1001);
+        m_plot->setBoardId(1);
+        m_pointManager = new PriceBased2dPlotPointManager(false, m_plot.get());
+        const char* titles[] = {"Quote", "Delta", "Gamma", "Vega", "Theta", "Strikes"};
+        const int types[] = {PriceBased2dPlotCurve::CurKotirLine, 9, 10, 11, 12,
+                             PriceBased2dPlotCurve::MarkerCurve};
+        for (int i = 0; i < 6; ++i)
+            m_curves << TestSupport::validCurve(m_plot.get(), QString::fromLatin1(titles[i]), types[i], {},
+                                                QwtSymbol::Ellipse);
+        m_legend = TestSupport::attachLegend(m_plot.get());
+        TestSupport::attachPicker(m_plot.get());
+        m_plot->setCanvasObservers();
+        connect(m_pointManager, &PriceBased2dPlotPointManager::priceIntervalChanged, this,
+                &TestMonkey::recomputeCurves);
+        m_pointManager->updatePriceInterval();
+        setQuote(74.35);
+        recomputeCurves();
     }
 
     void cleanupTestCase()

@@ -6,33 +6,25 @@
 #include <QList>
 #include <QRect>
 
-#include <algorithm>
-#include <functional>
-
 namespace ScreenPixels {
 
-// Columns of `area` holding at least `least` pixels that `accept` takes.
-inline QList<int> columns(const QImage& image, const QRect& area, const std::function<bool(QColor)>& accept,
+// Columns of `area` holding at least `least` pixels within `tolerance` of `color` in every channel.
+inline QList<int> columns(const QImage& image, const QRect& area, const QColor& color, int tolerance,
                           int least)
 {
+    const auto near = [&](QColor c) {
+        return qAbs(c.red() - color.red()) <= tolerance && qAbs(c.green() - color.green()) <= tolerance &&
+               qAbs(c.blue() - color.blue()) <= tolerance;
+    };
     QList<int> found;
     for (int x = area.left(); x <= area.right(); ++x) {
         int count = 0;
         for (int y = area.top(); y <= area.bottom(); ++y)
-            count += accept(image.pixelColor(x, y));
+            count += near(image.pixelColor(x, y));
         if (count >= least)
             found.append(x);
     }
     return found;
-}
-
-// Takes the pixels within `tolerance` of `color` in every channel.
-inline std::function<bool(QColor)> near(const QColor& color, int tolerance)
-{
-    return [=](QColor c) {
-        return std::max({qAbs(c.red() - color.red()), qAbs(c.green() - color.green()),
-                         qAbs(c.blue() - color.blue())}) <= tolerance;
-    };
 }
 
 } // namespace ScreenPixels

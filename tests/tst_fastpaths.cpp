@@ -25,18 +25,20 @@ enum DataKind
     WithNaN,
     Unsorted,
     EqualX,
+    Staircase,
 };
 
 // Ascending x over [100, 200] (steps of zero for EqualX), a noisy wave with a hockey-stick end, so
-// that many samples share a pixel column and rows jump within one.
+// that many samples share a pixel column and rows jump within one; a Staircase holds each level over
+// many columns and jumps within one.
 QVector<QPointF> samplesOf(DataKind kind, int count, quint32 seed = 1)
 {
     QRandomGenerator random(seed);
     QVector<QPointF> samples;
     for (int i = 0; i < count; ++i) {
         const double x = 100.0 + 100.0 * (kind == EqualX ? i / 3 * 3 : i) / (count - 1);
-        samples.append(
-            QPointF(x, std::sin(x * 3.0) * 40.0 + random.bounded(8.0) + std::max(0.0, x - 170.0) * 2.0));
+        const double y = std::sin(x * 3.0) * 40.0 + random.bounded(8.0) + std::max(0.0, x - 170.0) * 2.0;
+        samples.append(QPointF(x, kind == Staircase ? std::floor(x * 0.1) * 10.0 - 150.0 : y));
     }
     if (kind == WithNaN)
         samples[count / 2].setY(std::numeric_limits<double>::quiet_NaN());
@@ -210,6 +212,7 @@ void TestFastPaths::curvePaintsStockPixels_data()
     add("NaN", WithNaN, {}, false);
     add("unsorted", Unsorted, {}, false);
     add("equal x", EqualX, {}, true);
+    add("staircase", Staircase, {}, true);
     add("sparse", Sparse, {}, true);
     add("zoomed", Dense, {black, false, 1.0, window(150.0, 151.0)}, true);
     add("panned beyond the end", Dense, {black, false, 1.0, window(180.0, 280.0)}, true);
@@ -238,7 +241,7 @@ void TestFastPaths::randomScenesPaintStockPixelsAndScanExtent()
 {
     QRandomGenerator random(20261124);
     for (int round = 0; round < 40; ++round) {
-        const auto kind = static_cast<DataKind>(random.bounded(5));
+        const auto kind = static_cast<DataKind>(random.bounded(6));
         QVector<QPointF> samples =
             samplesOf(kind, 4 + random.bounded(kind == Sparse ? 50 : 30000), random.generate());
         // Some curves flat at zero of either sign: which zero comes out depends on the sample order.

@@ -393,16 +393,21 @@ bool mapsIntoRows(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtSc
            LinearMap(yMap).reproduces(yMap, y.first, y.second);
 }
 
-// Pixels of `count` values `Stride` doubles apart, rounded halves away from zero as aligned() rounds;
-// a constant stride lets the compiler vectorise. fitsRows() makes the int exact.
+// A pixel as Qwt's aligned painting rounds it (halves away from zero, as aligned() does); fitsRows()
+// makes the int exact.
+inline int pixelOf(const LinearMap& map, double value)
+{
+    const double mapped = map.transform(value);
+    const int pixel = static_cast<int>(std::fabs(mapped) + 0.5);
+    return mapped < 0.0 ? -pixel : pixel;
+}
+
+// Pixels of `count` values `Stride` doubles apart; a constant stride lets the compiler vectorise.
 template <int Stride>
 void mapPixels(const double* values, int count, const LinearMap& map, int* pixels)
 {
-    for (int k = 0; k < count; ++k) {
-        const double value = map.transform(values[static_cast<std::ptrdiff_t>(k) * Stride]);
-        const int pixel = static_cast<int>(std::fabs(value) + 0.5);
-        pixels[k] = value < 0.0 ? -pixel : pixel;
-    }
+    for (int k = 0; k < count; ++k)
+        pixels[k] = pixelOf(map, values[static_cast<std::ptrdiff_t>(k) * Stride]);
 }
 
 void mapPixels(const double* values, int stride, int count, const LinearMap& map, int* pixels)
@@ -445,6 +450,8 @@ public:
         }
         m_y = rows[count - 1];
     }
+    int lastRow() const { return m_y; }
+
     void addPoints(const int* columns, const int* rows, int count)
     {
         for (int k = 0; k < count; ++k)
@@ -466,47 +473,104 @@ private:
     int m_y = 0;
 };
 
-// The weeded polyline in blocks of samples: rows (and, where samples are sparse, columns) mapped in
-// loops the compiler vectorises, then weeded. Where columns hold several samples each, a column is
-// found once per run by bisection and its samples' x are never read. Same points as the general loop.
+inline void prefetch(const double* address)
+{
+#if defined(__GNUC__)
+    __builtin_prefetch(address);
+#else
+    Q_UNUSED(address);
+#endif
+}
+
+// How many samples from `first`, the first sample of a block, up to `last` one node of the index's
+// tree covers with every row equal to `row`: those of the largest such node, or 0. The map and the
+// rounding are monotonic, so a node's minimum and maximum bound the rows of all its samples.
+int samplesInRow(const YRangeIndex& index, const LinearMap& yMap, int first, int last, int row)
+{
+    const auto inRow = [&](int node) {
+        return pixelOf(yMap, index.nodeMin(node)) == row && pixelOf(yMap, index.nodeMax(node)) == row;
+    };
+    const int leaves = index.blocks();
+    const int size = YRangeIndex::BlockSize;
+    // Node `node` on level `level` covers the leaves [node << level, (node + 1) << level). From the
+    // block's leaf up while the parent starts at `first`, holds leaves only, ends by `last` and keeps
+    // to the row: rows change where the search stops, so it climbs only as far as it will skip.
+    int node = leaves + first / size;
+    if (!inRow(node))
+        return 0;
+    int level = 0;
+    while ((node & 1) == 0) {
+        const int parentEnd = (node + 2) << level;
+        if (parentEnd > 2 * leaves || (parentEnd - leaves) * size - 1 > last || !inRow(node >> 1))
+            break;
+        node >>= 1;
+        ++level;
+    }
+    return size << level;
+}
+
+// Samples [first, last] of one column. After the first, a sample is kept only where its row changes,
+// so a node of the index whose samples all keep to the last kept row is passed over unmapped: a
+// smooth curve's many samples per column cost about its row changes, not its samples.
+void addColumnRun(const YRangeIndex& index, const LinearMap& yMap, int x, int first, int last,
+                  WeededPoints& weeded)
+{
+    const int size = YRangeIndex::BlockSize;
+    int rows[YRangeIndex::BlockSize];
+    for (int p = first; p <= last;) {
+        if (p > first && p % size == 0 && p + size - 1 <= last) {
+            const int skipped = samplesInRow(index, yMap, p, last, weeded.lastRow());
+            if (skipped > 0) {
+                p += skipped;
+                continue;
+            }
+        }
+        const int end = std::min(last, p - p % size + size - 1);
+        mapPixels(index.yData() + static_cast<std::ptrdiff_t>(p) * index.stride(), index.stride(),
+                  end - p + 1, yMap, rows);
+        weeded.addColumn(x, rows, end - p + 1);
+        p = end + 1;
+    }
+}
+
+// The weeded polyline without the general loop's per-sample work. Where columns hold many samples,
+// each column is found once by bisection and its samples' x are never read; otherwise columns and
+// rows are mapped in blocks, in loops the compiler vectorises. Same points as the general loop.
 QPolygonF weededPolylineByRows(const YRangeIndex& index, const QwtScaleMap& xMap, const QwtScaleMap& yMap,
                                int from, int to)
 {
     const LinearMap x(xMap);
     const LinearMap y(yMap);
-    const int stride = index.stride();
     const ColumnMapper columns(index, x);
     const double span = std::fabs(columns.column(to) - columns.column(from)) + 1.0;
-    const bool dense = to - from + 1 >= 16.0 * span;
 
     QPolygonF polyline;
     polyline.reserve(static_cast<int>(std::min(2.0 * span + 2.0, to - from + 1.0)));
     WeededPoints weeded(polyline);
+    if (to - from + 1 >= 16.0 * span) {
+        int guess = 0;
+        for (int first = from; first <= to;) {
+            const int last = columns.runEnd(first, to, guess);
+            // The next run's first samples and likely end, fetched while this run is worked on: on
+            // large series each is a cache miss otherwise.
+            prefetch(&index.y(std::min(to, last + 1)));
+            prefetch(&index.x(std::min(to, last + last - first + 1)));
+            addColumnRun(index, y, static_cast<int>(columns.column(first)), first, last, weeded);
+            guess = last - first + 1;
+            first = last + 1;
+        }
+        return polyline;
+    }
+
+    const int stride = index.stride();
     int rows[BlockSamples];
     int pixels[BlockSamples];
-    int runFirst = from;
-    int runLast = from - 1;
-    int runColumn = 0;
     for (int block = from; block <= to; block += BlockSamples) {
         const int count = std::min(BlockSamples, to - block + 1);
         const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(block) * stride;
         mapPixels(index.yData() + offset, stride, count, y, rows);
-        if (!dense) {
-            mapPixels(index.xData() + offset, stride, count, x, pixels);
-            weeded.addPoints(pixels, rows, count);
-            continue;
-        }
-        // The column runs that meet this block; a run may go on into the next one.
-        for (int first = block; first < block + count;) {
-            if (first > runLast) {
-                runLast = columns.runEnd(first, to, runLast - runFirst + 1);
-                runFirst = first;
-                runColumn = static_cast<int>(columns.column(first));
-            }
-            const int last = std::min(runLast, block + count - 1);
-            weeded.addColumn(runColumn, rows + (first - block), last - first + 1);
-            first = last + 1;
-        }
+        mapPixels(index.xData() + offset, stride, count, x, pixels);
+        weeded.addPoints(pixels, rows, count);
     }
     return polyline;
 }

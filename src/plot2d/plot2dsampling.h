@@ -57,8 +57,8 @@ public:
     int firstNonFinite() const { return m_firstNonFinite; }
     // x ascends (ties allowed) over the samples before firstNonFinite().
     bool isSorted() const { return m_sorted; }
-    double x(int i) const { return m_x[static_cast<std::ptrdiff_t>(i) * m_stride]; }
-    double y(int i) const { return m_y[static_cast<std::ptrdiff_t>(i) * m_stride]; }
+    const double& x(int i) const { return m_x[static_cast<std::ptrdiff_t>(i) * m_stride]; }
+    const double& y(int i) const { return m_y[static_cast<std::ptrdiff_t>(i) * m_stride]; }
     const double* xData() const { return m_x; }
     const double* yData() const { return m_y; }
     int stride() const { return m_stride; }
@@ -69,6 +69,12 @@ public:
     // y minimum and maximum of samples [from, to], both before firstNonFinite(); ties resolve to the
     // earlier sample as std::min and std::max do.
     std::pair<double, double> yMinMax(int from, int to) const;
+
+    // The min/max tree over blocks of BlockSize samples: node i has the children 2i and 2i + 1, the
+    // blocks are the leaves [blocks(), 2 * blocks()).
+    int blocks() const { return m_treeMin.size() / 2; }
+    double nodeMin(int node) const { return m_treeMin[node]; }
+    double nodeMax(int node) const { return m_treeMax[node]; }
 
     // Memory the index holds beyond the series' own samples.
     std::size_t indexBytes() const;

@@ -250,8 +250,7 @@ private Q_SLOTS:
             return draw->boundingLabelRect(axis->font(), value).translated(axis->geometry().topLeft());
         };
         const auto redColumns = [&](double value) {
-            return ScreenPixels::columns(image, rectOf(value).intersected(axis->geometry()),
-                                         ScreenPixels::near(Qt::red, 60), 1)
+            return ScreenPixels::columns(image, rectOf(value).intersected(axis->geometry()), Qt::red, 60, 1)
                 .size();
         };
         QVERIFY(redColumns(quote) > 2);

@@ -4,6 +4,7 @@
 
 #include "plot2dsampling.h"
 
+#include <qwt_clipper.h>
 #include <qwt_plot_curve.h>
 #include <qwt_point_data.h>
 #include <qwt_scale_map.h>
@@ -171,6 +172,7 @@ private Q_SLOTS:
     void curvePaintsStockPixels();
     void randomScenesPaintStockPixelsAndScanExtent();
     void changesBehindTheCurveShowInPaintAndAutoscale();
+    void clippingMatchesQwtsClipper();
 };
 
 void TestFastPaths::initTestCase()
@@ -340,4 +342,23 @@ void TestFastPaths::changesBehindTheCurveShowInPaintAndAutoscale()
 }
 
 PLOT2D_TEST_MAIN(TestFastPaths)
+// Seeded polylines, their ends or their middle outside the rectangle or on its border: the curve's
+// clipping gives the clipper's points exactly.
+void TestFastPaths::clippingMatchesQwtsClipper()
+{
+    const QRectF rect(-1.0, -1.0, 402.0, 302.0);
+    QRandomGenerator random(20261125);
+    for (int round = 0; round < 2000; ++round) {
+        QPolygonF polyline;
+        const int count = 1 + random.bounded(8);
+        for (int i = 0; i < count; ++i) {
+            const bool end = i == 0 || i == count - 1;
+            const bool outside = random.bounded(end ? 2 : 8) == 0;
+            polyline << QPointF(outside ? random.bounded(1200) - 400 : random.bounded(402) - 1,
+                                outside ? random.bounded(900) - 300 : random.bounded(302) - 1);
+        }
+        QCOMPARE(Plot2dSampling::clippedPolyline(rect, polyline), QwtClipper::clipPolygonF(rect, polyline));
+    }
+}
+
 #include "tst_fastpaths.moc"

@@ -17,6 +17,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <type_traits>
 #include <typeinfo>
 #include <vector>
@@ -526,8 +527,10 @@ void addColumnRun(const YRangeIndex& index, const LinearMap& yMap, int x, int fi
             }
         }
         const int end = std::min(last, p - p % size + size - 1);
-        mapPixels(index.yData() + static_cast<std::ptrdiff_t>(p) * index.stride(), index.stride(),
-                  end - p + 1, yMap, rows);
+        if (end + size <= last)
+            prefetch(&index.y(end + size));
+        for (int k = p; k <= end; ++k)
+            rows[k - p] = pixelOf(yMap, index.y(k));
         weeded.addColumn(x, rows, end - p + 1);
         p = end + 1;
     }
@@ -813,6 +816,31 @@ void GeometryCache::clear()
     m_geometry = DecimatedPolyline();
 }
 
+QPolygonF clippedPolyline(const QRectF& rect, const QPolygonF& polyline)
+{
+    const double left = rect.x();
+    const double right = rect.x() + rect.width();
+    const double top = rect.y();
+    const double bottom = rect.y() + rect.height();
+    const auto inside = [&](const QPointF& point) {
+        return point.x() >= left && point.x() <= right && point.y() >= top && point.y() <= bottom;
+    };
+    const int count = polyline.size();
+    if (count < 3 || !std::all_of(polyline.cbegin() + 1, polyline.cend() - 1, inside))
+        return QwtClipper::clipPolygonF(rect, polyline);
+    if (inside(polyline.first()) && inside(polyline.last()))
+        return polyline;
+
+    QPolygonF clipped =
+        QwtClipper::clipPolygonF(rect, QPolygonF(QVector<QPointF>{polyline.at(0), polyline.at(1)}));
+    clipped.reserve(count + 2);
+    std::copy(polyline.cbegin() + 2, polyline.cend() - 1, std::back_inserter(clipped));
+    const QPolygonF tail =
+        QwtClipper::clipPolygonF(rect, QPolygonF(QVector<QPointF>{polyline.at(count - 2), polyline.last()}));
+    std::copy(tail.cbegin() + 1, tail.cend(), std::back_inserter(clipped));
+    return clipped;
+}
+
 namespace {
 
 // Everything the painted geometry depends on besides the samples (the maps are linear here).
@@ -840,11 +868,10 @@ DecimatedPolyline decimatedGeometry(const YRangeIndex& index, const QwtScaleMap&
         to = visible.second;
     }
 
-    // 2. Mapped, rounded and weeded as Qwt's point mapper does, then clipped as the curve does
-    //    (clipping leaves a polyline that lies inside alone).
+    // 2. Mapped, rounded and weeded as Qwt's point mapper does, then clipped as the curve does.
     QPolygonF polyline = mappedPolyline(index, xMap, yMap, from, to, weedOut);
-    if (clip && !clipRect.contains(polyline.boundingRect()))
-        polyline = QwtClipper::clipPolygonF(clipRect, polyline);
+    if (clip)
+        polyline = clippedPolyline(clipRect, polyline);
 
     // 3. The pieces Qwt would stroke, with the ones inside a single column merged.
     return decimatePolyline(polyline);

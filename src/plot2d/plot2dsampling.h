@@ -116,6 +116,12 @@ struct DecimatedPolyline
     QVector<int> pieceStarts; // index in points of each piece kept as it is
 };
 
+// QwtClipper::clipPolygonF(rect, polyline) for an open polyline. The clipper keeps a point inside
+// every edge as it is and treats each segment on its own, edge after edge, so where only the end
+// points may lie outside (the neighbours a visible range keeps), the two end segments are clipped
+// alone.
+QPolygonF clippedPolyline(const QRectF& rect, const QPolygonF& polyline);
+
 // Without antialiasing, drawDecimated(decimatePolyline(p)) paints exactly the pixels that
 // QwtPainter::drawPolyline(p) paints with an opaque, solid, capped pen 0 or 1 px wide.
 DecimatedPolyline decimatePolyline(const QPolygonF& polyline);

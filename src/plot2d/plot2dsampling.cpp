@@ -422,6 +422,9 @@ void mapPixels(const double* values, int stride, int count, const LinearMap& map
 // Samples mapped per block small enough to stay in the first-level cache.
 const int BlockSamples = 512;
 
+// From this many samples per pixel column on, columns are found by bisection rather than mapped.
+const double DenseSamplesPerColumn = 16.0;
+
 // Qwt's weeding: a point is kept where it differs from the previous sample's point.
 class WeededPoints
 {
@@ -474,6 +477,7 @@ private:
     int m_y = 0;
 };
 
+// Asks for a sample's cache line ahead of its use.
 inline void prefetch(const double* address)
 {
 #if defined(__GNUC__)
@@ -550,7 +554,7 @@ QPolygonF weededPolylineByRows(const YRangeIndex& index, const QwtScaleMap& xMap
     QPolygonF polyline;
     polyline.reserve(static_cast<int>(std::min(2.0 * span + 2.0, to - from + 1.0)));
     WeededPoints weeded(polyline);
-    if (to - from + 1 >= 16.0 * span) {
+    if (to - from + 1 >= DenseSamplesPerColumn * span) {
         int guess = 0;
         for (int first = from; first <= to;) {
             const int last = columns.runEnd(first, to, guess);

@@ -187,6 +187,21 @@ private Q_SLOTS:
         QCOMPARE(range(axis).maxValue(), upper);
     }
 
+    // With the zoom flag off neither the wheel nor a drag on a scale moves the view.
+    void zoomFlagOffLeavesWheelAndScaleDragsAlone()
+    {
+        QVERIFY(setUpPlot());
+        m_plot->setZoomEnabled(false);
+        const View before = view();
+        wheel(m_plot->canvas()->geometry().center(), QPoint(0, 120));
+        QwtScaleWidget* scale = m_plot->axisWidget(QwtPlot::yLeft);
+        const QPoint start(scale->width() / 2, scale->height() / 2);
+        QTest::mousePress(scale, Qt::LeftButton, Qt::NoModifier, start);
+        QTest::mouseMove(scale, start + QPoint(0, -10));
+        QTest::mouseRelease(scale, Qt::LeftButton, Qt::NoModifier, start + QPoint(0, -10));
+        QVERIFY(same(view(), before));
+    }
+
     // Dragging a scale by 10 px from its middle; only the Y scale asks for autoscale off.
     void dragOnScaleZoomsThatAxis()
     {

@@ -12,11 +12,10 @@
 
 #include <QPainter>
 #include <QPen>
+#include <QtAlgorithms>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-#include <cstring>
 #include <iterator>
 #include <type_traits>
 #include <typeinfo>
@@ -426,33 +425,25 @@ const int BlockSamples = 512;
 // From this many samples per pixel column on, columns are found by bisection rather than mapped.
 const double DenseSamplesPerColumn = 16.0;
 
+static_assert(YRangeIndex::BlockSize <= 32, "a column's block of rows fits one change mask");
+
 // Qwt's weeding: a point is kept where it differs from the previous sample's point.
 class WeededPoints
 {
 public:
     explicit WeededPoints(QPolygonF& polyline) : m_polyline(polyline) {}
 
-    // Samples of one column: after the first, only a change of row keeps a point. Dense columns
-    // change rows rarely, so the changes are marked in a loop the compiler vectorises and then found
-    // eight samples at a time.
+    // Samples of one column, at most one block of the index: after the first, only a change of row
+    // keeps a point. The changes are gathered into a bit mask in a loop the compiler vectorises, so
+    // that rows that keep still cost no branch.
     void addColumn(int x, const int* rows, int count)
     {
         add(x, rows[0]);
-        unsigned char changed[BlockSamples];
+        quint32 changes = 0;
         for (int k = 1; k < count; ++k)
-            changed[k] = rows[k] != rows[k - 1] ? 1 : 0;
-        for (int k = 1; k < count;) {
-            std::uint64_t eight = 0;
-            if (k + 8 <= count)
-                std::memcpy(&eight, changed + k, sizeof eight);
-            if (k + 8 <= count && eight == 0) {
-                k += 8;
-                continue;
-            }
-            if (changed[k])
-                m_polyline.append(QPointF(x, rows[k]));
-            ++k;
-        }
+            changes |= static_cast<quint32>(rows[k] != rows[k - 1]) << k;
+        for (; changes != 0; changes &= changes - 1)
+            m_polyline.append(QPointF(x, rows[qCountTrailingZeroBits(changes)]));
         m_y = rows[count - 1];
     }
     int lastRow() const { return m_y; }
@@ -534,8 +525,8 @@ void addColumnRun(const YRangeIndex& index, const LinearMap& yMap, int x, int fi
         const int end = std::min(last, p - p % size + size - 1);
         if (end + size <= last)
             prefetch(&index.y(end + size));
-        for (int k = p; k <= end; ++k)
-            rows[k - p] = pixelOf(yMap, index.y(k));
+        mapPixels(index.yData() + static_cast<std::ptrdiff_t>(p) * index.stride(), index.stride(),
+                  end - p + 1, yMap, rows);
         weeded.addColumn(x, rows, end - p + 1);
         p = end + 1;
     }
@@ -559,10 +550,10 @@ QPolygonF weededPolylineByRows(const YRangeIndex& index, const QwtScaleMap& xMap
         int guess = 0;
         for (int first = from; first <= to;) {
             const int last = columns.runEnd(first, to, guess);
-            // The next run's first samples and likely end, fetched while this run is worked on: on
-            // large series each is a cache miss otherwise.
+            // The next run's first samples, and the likely end of the run three ahead: on large series
+            // each is a cache miss otherwise, and one run's work is too short to hide a miss.
             prefetch(&index.y(std::min(to, last + 1)));
-            prefetch(&index.x(std::min(to, last + last - first + 1)));
+            prefetch(&index.x(std::min(to, last + 3 * (last - first + 1))));
             addColumnRun(index, y, static_cast<int>(columns.column(first)), first, last, weeded);
             guess = last - first + 1;
             first = last + 1;

@@ -439,6 +439,7 @@ public:
     void addColumn(int x, const int* rows, int count)
     {
         add(x, rows[0]);
+        Q_ASSUME(count <= YRangeIndex::BlockSize);
         quint32 changes = 0;
         for (int k = 1; k < count; ++k)
             changes |= static_cast<quint32>(rows[k] != rows[k - 1]) << k;

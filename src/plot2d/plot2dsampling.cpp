@@ -434,7 +434,7 @@ public:
     explicit WeededPoints(QPolygonF& polyline) : m_polyline(polyline) {}
 
     // Samples of one column, at most one block of the index: after the first, only a change of row
-    // keeps a point. The changes are gathered into a bit mask in a loop the compiler vectorises, so
+    // keeps a point. The changes are gathered into a bit mask first and then visited bit by bit, so
     // that rows that keep still cost no branch.
     void addColumn(int x, const int* rows, int count)
     {

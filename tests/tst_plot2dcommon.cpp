@@ -144,6 +144,7 @@ private Q_SLOTS:
         QVERIFY(!isValidInterval(QwtInterval(2.0, 1.0)));
 
         QVERIFY(!isUsableScaleDiv(QwtScaleDiv(5.0, 5.0)));
+        QVERIFY(!isUsableScaleDiv(QwtScaleDiv(2.0, 1.0))); // an inverted division is not normalised
     }
 
     // `conversion` is empty (none), "enabled" (no object) or a scaling: "x2", "x-1".

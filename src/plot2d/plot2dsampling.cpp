@@ -339,14 +339,7 @@ public:
             }
             inside += step;
         }
-        while (outside - inside > 1) {
-            const int middle = inside + (outside - inside) / 2;
-            if (column(middle) == target)
-                inside = middle;
-            else
-                outside = middle;
-        }
-        return inside;
+        return firstWhere(inside + 1, outside, [&](int i) { return column(i) != target; }) - 1;
     }
 
 private:
@@ -725,25 +718,9 @@ std::pair<int, int> visibleRange(const YRangeIndex& index, const QwtScaleMap& xM
                                  int from, int to)
 {
     const ColumnMapper mapper(index, xMap);
-    int lower = from;
-    int upper = to + 1;
-    while (lower < upper) {
-        const int middle = lower + (upper - lower) / 2;
-        if (mapper.column(middle) < left)
-            lower = middle + 1;
-        else
-            upper = middle;
-    }
-    const int first = lower;
-    upper = to + 1;
-    while (lower < upper) {
-        const int middle = lower + (upper - lower) / 2;
-        if (mapper.column(middle) <= right)
-            lower = middle + 1;
-        else
-            upper = middle;
-    }
-    return std::make_pair(std::max(from, first - 1), std::min(to, lower));
+    const int first = firstWhere(from, to + 1, [&](int i) { return !(mapper.column(i) < left); });
+    const int beyond = firstWhere(first, to + 1, [&](int i) { return !(mapper.column(i) <= right); });
+    return std::make_pair(std::max(from, first - 1), std::min(to, beyond));
 }
 
 namespace {
